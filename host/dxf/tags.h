@@ -1,0 +1,99 @@
+// DXF group-code tags: value kinds, a streaming reader (ASCII and binary DXF) and a
+// writer (ASCII DXF). Strings handed out are always UTF-8.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace dx::dxf {
+
+// How the value of a group code is stored, following the group-code ranges of DXF.
+enum class Kind : uint8_t {
+  String,  // text, names, hex handles (codes 0-9, 100, 102, 105, 300-369, 390-399, 410-419, ...)
+  Double,  // 10-59, 110-149, 210-239, 460-469, 1010-1059
+  Int16,   // 60-79, 170-179, 270-289, 370-389, 400-409, 1060-1070
+  Int32,   // 90-99, 420-429, 440-449, 1071
+  Int64,   // 160-169
+  Bool,    // 290-299 (0/1)
+  Binary,  // 310-319, 1004 (hex text in ASCII DXF)
+  Comment, // 999
+};
+Kind kindOf(int code);
+// Codes whose string value is a handle reference (330-369, 390-399, 480-481, 1005) or
+// the object's own handle (5, 105).
+bool isHandleCode(int code);
+// The x code of a point (10-18, 110-112, 210, 1010-1013): the y and z codes are +10, +20.
+bool isPointCode(int code);
+
+struct Tag {
+  int code = 0;
+  Kind kind = Kind::String;
+  double real = 0;         // Double
+  int64_t integer = 0;     // Int16, Int32, Int64, Bool
+  std::string_view text;   // String, Binary (as hex text), Comment; valid until the next read
+};
+
+// Reads tags one at a time from a whole file held in memory. Detects binary DXF by its
+// sentinel. Tracks $ACADVER and $DWGCODEPAGE from the HEADER section: strings of drawings
+// before AC1021 are converted from the drawing code page to UTF-8, and "\U+XXXX" escapes
+// in any drawing are turned into UTF-8.
+class TagReader {
+ public:
+  // Returns null and sets error (one line, no file name) when the data is not DXF at all.
+  static std::unique_ptr<TagReader> fromBuffer(std::string data, std::string& error);
+  static std::unique_ptr<TagReader> fromFile(const std::string& path, std::string& error);
+  virtual ~TagReader() = default;
+
+  // Next tag; false at end of data or on a malformed tag (then error() is set).
+  virtual bool next(Tag& tag) = 0;
+  // Pushes the last tag back; the next call to next() returns it again (one level).
+  virtual void pushBack() = 0;
+  virtual const std::string& error() const = 0;
+  // 1-based line number (ASCII) or byte offset (binary) of the last tag, for messages.
+  virtual uint64_t position() const = 0;
+  virtual bool isBinary() const = 0;
+  virtual uint64_t size() const = 0;
+  // Version string seen so far in the header ("AC1009" when none was given).
+  virtual const std::string& acadVersion() const = 0;
+};
+
+// Writes ASCII DXF into a growing buffer, flushed to a file. Doubles are written in
+// the shortest form that reads back to the same value.
+class TagWriter {
+ public:
+  TagWriter();
+  ~TagWriter();
+  // Whether non-ASCII text is written as "\U+XXXX" (drawings before AC1021).
+  void setEscapeNonAscii(bool on) { escapeNonAscii_ = on; }
+
+  void str(int code, std::string_view s);
+  void real(int code, double v);
+  void integer(int code, int64_t v);
+  void handle(int code, uint64_t h);  // hex, upper case
+  void point(int code, double x, double y, double z);
+  void point2(int code, double x, double y);
+  void tag(const Tag& t);  // any tag, by its kind
+
+  const std::string& buffer() const { return buf_; }
+  std::string& buffer() { return buf_; }
+  // Writes to path through a temporary file and a rename. False and error on failure.
+  bool saveTo(const std::string& path, std::string& error) const;
+
+ private:
+  void code(int c);
+  std::string buf_;
+  bool escapeNonAscii_ = false;
+};
+
+// "\U+XXXX" escapes and code-page text to UTF-8; used by the reader and available to
+// callers that get text from elsewhere (e.g. entity lists).
+std::string decodeUnicodeEscapes(std::string_view s);
+// Converts text in a DXF code page ("ANSI_1252", "ANSI_932", ...) to UTF-8. Pure ASCII
+// comes back unchanged. Unknown code pages are treated as ANSI_1252.
+std::string codePageToUtf8(std::string_view s, std::string_view dwgCodePage);
+// UTF-8 to ASCII with "\U+XXXX" for every other character.
+std::string escapeNonAscii(std::string_view utf8);
+
+}  // namespace dx::dxf
