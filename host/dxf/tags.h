@@ -32,7 +32,9 @@ struct Tag {
   Kind kind = Kind::String;
   double real = 0;         // Double
   int64_t integer = 0;     // Int16, Int32, Int64, Bool
-  std::string_view text;   // String, Binary (as hex text), Comment; valid until the next read
+  // String, Binary (as hex text), Comment; valid until the next read. For numeric tags
+  // of ASCII DXF it also holds the value as written (trimmed), for messages.
+  std::string_view text;
 };
 
 // Reads tags one at a time from a whole file held in memory. Detects binary DXF by its
@@ -57,6 +59,8 @@ class TagReader {
   virtual uint64_t size() const = 0;
   // Version string seen so far in the header ("AC1009" when none was given).
   virtual const std::string& acadVersion() const = 0;
+  // $DWGCODEPAGE seen so far in the header ("ANSI_1252" when none was given).
+  virtual const std::string& codePage() const = 0;
 };
 
 // Writes ASCII DXF into a growing buffer, flushed to a file. Doubles are written in
@@ -80,11 +84,15 @@ class TagWriter {
   std::string& buffer() { return buf_; }
   // Writes to path through a temporary file and a rename. False and error on failure.
   bool saveTo(const std::string& path, std::string& error) const;
+  // Whether saveTo flushes the file to the disk before the rename (off: the rename
+  // alone already keeps the old file intact on any failure short of a power cut).
+  void setSyncOnSave(bool on) { syncOnSave_ = on; }
 
  private:
   void code(int c);
   std::string buf_;
   bool escapeNonAscii_ = false;
+  bool syncOnSave_ = false;
 };
 
 // "\U+XXXX" escapes and code-page text to UTF-8; used by the reader and available to

@@ -1,0 +1,476 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+
+#include "host/dxf/tags.h"
+#include "host/dxf/text.h"
+
+namespace dx::dxf {
+namespace {
+
+constexpr std::string_view kBinarySentinel{"AutoCAD Binary DXF\r\n\x1a\0", 22};
+
+// A code or value line quoted in a message: at most 40 characters, controls as '?'.
+std::string quoteLine(const char* p, const char* end) {
+  const char* nl = static_cast<const char*>(std::memchr(p, '\n', end - p));
+  const char* e = nl ? nl : end;
+  if (e > p && e[-1] == '\r') --e;
+  std::string s;
+  for (; p < e && s.size() < 40; ++p) s += (unsigned char)*p < 0x20 ? '?' : *p;
+  if (p < e) s += "...";
+  return s;
+}
+
+bool isBlank(const char* p, const char* e) {
+  for (; p < e; ++p)
+    if (*p != ' ' && *p != '\t' && *p != '\r' && *p != '\n' && *p != '\0' && *p != '\x1a')
+      return false;
+  return true;
+}
+
+// What the two readers share: the data, errors, push-back, and turning raw string
+// bytes into UTF-8 as the header says.
+class ReaderBase : public TagReader {
+ public:
+  explicit ReaderBase(std::string data) : data_(std::move(data)) {}
+
+  void pushBack() override { pushedBack_ = hasLast_; }
+  const std::string& error() const override { return error_; }
+  uint64_t size() const override { return data_.size(); }
+  const std::string& acadVersion() const override { return version_; }
+  const std::string& codePage() const override { return codePage_; }
+
+ protected:
+  bool takePushedBack(Tag& tag) {
+    if (!pushedBack_) return false;
+    pushedBack_ = false;
+    tag = last_;
+    return true;
+  }
+
+  bool fail(std::string msg) {
+    error_ = std::move(msg);
+    done_ = true;
+    hasLast_ = pushedBack_ = false;
+    return false;
+  }
+
+  // Called with every complete tag: decodes its text and follows the header.
+  void finish(Tag& tag) {
+    if ((tag.kind == Kind::String || tag.kind == Kind::Comment) && text::needsDecoding(tag.text))
+      decode(tag);
+    if (tag.code <= 9) track(tag);
+    last_ = tag;
+    hasLast_ = true;
+  }
+
+  std::string data_;
+  std::string error_;
+  bool done_ = false;
+
+ private:
+  void decode(Tag& tag) {
+    std::string_view raw = tag.text;
+    bool high = false;
+    for (unsigned char c : raw)
+      if (c >= 0x80) {
+        high = true;
+        break;
+      }
+    bool escapes = text::EscapeDecoder::hasEscape(raw);
+    std::string_view utf8 = raw;
+    if (high) {
+      if (oldVersion_) {
+        // Drawings before AC1021 are in their code page, even when the bytes happen
+        // to look like UTF-8.
+        if (!codePageDecoder_) codePageDecoder_ = std::make_unique<text::CodePageDecoder>(codePage_);
+        converted_.clear();
+        codePageDecoder_->append(raw, converted_);
+        utf8 = converted_;
+      } else if (!text::isValidUtf8(raw)) {
+        converted_.clear();
+        text::appendSanitizedUtf8(raw, converted_);
+        utf8 = converted_;
+      }
+    }
+    if (escapes) {
+      unescaped_.clear();
+      escapeDecoder_.append(utf8, unescaped_);
+      utf8 = unescaped_;
+    }
+    tag.text = utf8;
+  }
+
+  void track(const Tag& tag) {
+    if (tag.code == 0) {
+      sectionStart_ = tag.text == "SECTION";
+      if (tag.text == "ENDSEC") inHeader_ = false;
+      return;
+    }
+    if (sectionStart_) {
+      sectionStart_ = false;
+      if (tag.code == 2) inHeader_ = tag.text == "HEADER";
+    }
+    if (!inHeader_) return;
+    if (tag.code == 9) {
+      variable_ = tag.text == "$ACADVER"       ? Variable::AcadVer
+                  : tag.text == "$DWGCODEPAGE" ? Variable::CodePage
+                                               : Variable::Other;
+    } else if (tag.code == 1 && variable_ == Variable::AcadVer) {
+      version_ = trim(tag.text);
+      oldVersion_ = version_ < "AC1021";
+    } else if (tag.code == 3 && variable_ == Variable::CodePage) {
+      std::string page = trim(tag.text);
+      if (page != codePage_) {
+        codePage_ = page;
+        codePageDecoder_.reset();
+      }
+    }
+  }
+
+  static std::string trim(std::string_view s) {
+    while (!s.empty() && (s.front() == ' ' || s.front() == '\t')) s.remove_prefix(1);
+    while (!s.empty() && (s.back() == ' ' || s.back() == '\t')) s.remove_suffix(1);
+    return std::string(s);
+  }
+
+  enum class Variable { Other, AcadVer, CodePage };
+
+  Tag last_;
+  bool hasLast_ = false;
+  bool pushedBack_ = false;
+  std::string version_ = "AC1009";
+  std::string codePage_ = "ANSI_1252";
+  bool oldVersion_ = true;
+  bool sectionStart_ = false;
+  bool inHeader_ = false;
+  Variable variable_ = Variable::Other;
+  std::unique_ptr<text::CodePageDecoder> codePageDecoder_;
+  text::EscapeDecoder escapeDecoder_;
+  std::string converted_, unescaped_;
+};
+
+class AsciiReader final : public ReaderBase {
+ public:
+  explicit AsciiReader(std::string data) : ReaderBase(std::move(data)) {
+    cur_ = data_.data();
+    end_ = cur_ + data_.size();
+    if (data_.size() >= 3 && std::memcmp(cur_, "\xEF\xBB\xBF", 3) == 0) cur_ += 3;
+  }
+
+  // Checks that the data starts like ASCII DXF: a group code on the first line.
+  bool looksLikeDxf(std::string& why) const {
+    if (isBlank(cur_, end_)) {
+      why = "empty file";
+      return false;
+    }
+    const char* p = cur_;
+    int code;
+    if (!parseCode(p, code)) {
+      why = "not a DXF file (line 1: invalid group code '" + quoteLine(cur_, end_) + "')";
+      return false;
+    }
+    return true;
+  }
+
+  bool isBinary() const override { return false; }
+  uint64_t position() const override { return tagLine_; }
+
+  bool next(Tag& tag) override {
+    if (takePushedBack(tag)) return true;
+    if (done_) return false;
+    const char* p = cur_;
+    tagLine_ = line_;
+    if (p == end_ || (isBlankLine(p) && isBlank(p, end_))) {
+      done_ = true;  // blank lines after the last tag are not an error
+      return false;
+    }
+    int code;
+    if (!parseCode(p, code))
+      return fail("line " + std::to_string(line_) + ": invalid group code '" +
+                  quoteLine(cur_, end_) + "'");
+    if (p == end_)
+      return fail("line " + std::to_string(line_) + ": group code " + std::to_string(code) +
+                  " without a value");
+    tag.code = code;
+    tag.kind = kindOf(code);
+    const char* valueLine = p;
+    bool ok;
+    switch (tag.kind) {
+      case Kind::Double: ok = parseDouble(p, tag); break;
+      case Kind::Int16:
+      case Kind::Int32:
+      case Kind::Int64:
+      case Kind::Bool: ok = parseInteger(p, tag); break;
+      default: {
+        const char* nl = static_cast<const char*>(std::memchr(p, '\n', end_ - p));
+        const char* e = nl ? nl : end_;
+        const char* te = e > p && e[-1] == '\r' ? e - 1 : e;
+        tag.text = std::string_view(p, te - p);
+        p = nl ? nl + 1 : end_;
+        ok = true;
+      }
+    }
+    if (!ok)
+      return fail("line " + std::to_string(line_ + 1) + ": invalid value '" +
+                  quoteLine(valueLine, end_) + "' for group code " + std::to_string(code));
+    cur_ = p;
+    line_ += 2;
+    finish(tag);
+    // Writers pad files after EOF with all sorts of bytes; the marker ends the data.
+    if (code == 0 && tag.text == "EOF") done_ = true;
+    return true;
+  }
+
+ private:
+  bool isBlankLine(const char* p) const {
+    for (; p < end_ && *p != '\n'; ++p)
+      if (*p != ' ' && *p != '\t' && *p != '\r') return false;
+    return true;
+  }
+
+  // Skips spaces and the line end after a value or code; false when anything else
+  // follows on the line.
+  bool endOfLine(const char*& p) const {
+    while (p < end_ && (*p == ' ' || *p == '\t')) ++p;
+    if (p < end_ && *p == '\r') ++p;
+    if (p == end_) return true;
+    if (*p != '\n') return false;
+    ++p;
+    return true;
+  }
+
+  bool parseCode(const char*& p, int& code) const {
+    while (p < end_ && (*p == ' ' || *p == '\t')) ++p;
+    bool negative = p < end_ && *p == '-';
+    if (negative) ++p;
+    const char* digits = p;
+    int v = 0;
+    while (p < end_ && *p >= '0' && *p <= '9' && p - digits < 9) v = v * 10 + (*p++ - '0');
+    if (p == digits || (p < end_ && *p >= '0' && *p <= '9')) return false;
+    code = negative ? -v : v;
+    return endOfLine(p);
+  }
+
+  // Start of a number: leading blanks and a '+' that from_chars does not take.
+  const char* numberStart(const char* p) const {
+    while (p < end_ && (*p == ' ' || *p == '\t')) ++p;
+    if (p + 1 < end_ && *p == '+' && *(p + 1) != '-' && *(p + 1) != '+') ++p;
+    return p;
+  }
+
+  bool parseDouble(const char*& p, Tag& tag) const {
+    const char* s = numberStart(p);
+    auto [e, ec] = std::from_chars(s, end_, tag.real);
+    if (ec != std::errc()) return false;
+    tag.text = std::string_view(s, e - s);
+    tag.integer = 0;
+    if (!endOfLine(e)) return false;
+    p = e;
+    return true;
+  }
+
+  bool parseInteger(const char*& p, Tag& tag) const {
+    const char* s = numberStart(p);
+    auto [e, ec] = std::from_chars(s, end_, tag.integer);
+    if (ec != std::errc() || (e < end_ && (*e == '.' || *e == 'e' || *e == 'E'))) {
+      // Some writers put integers as reals ("1.0", "1e2"): take the nearest integer.
+      double d;
+      auto r = std::from_chars(s, end_, d);
+      if (r.ec != std::errc() || !(d > -9.2e18 && d < 9.2e18)) return false;
+      tag.integer = std::llround(d);
+      e = r.ptr;
+    }
+    tag.text = std::string_view(s, e - s);
+    tag.real = 0;
+    if (!endOfLine(e)) return false;
+    p = e;
+    return true;
+  }
+
+  const char* cur_;
+  const char* end_;
+  uint64_t line_ = 1;
+  uint64_t tagLine_ = 0;
+};
+
+class BinaryReader final : public ReaderBase {
+ public:
+  explicit BinaryReader(std::string data) : ReaderBase(std::move(data)) {
+    auto u = reinterpret_cast<const unsigned char*>(data_.data());
+    pos_ = kBinarySentinel.size();
+    // The first tag is (0, "SECTION"): with two-byte codes its code is 00 00, with
+    // one-byte codes a zero is followed straight by the text.
+    oneByteCodes_ = data_.size() > pos_ + 1 && u[pos_] == 0 && u[pos_ + 1] != 0;
+  }
+
+  bool isBinary() const override { return true; }
+  uint64_t position() const override { return tagPos_; }
+
+  bool next(Tag& tag) override {
+    if (takePushedBack(tag)) return true;
+    if (done_) return false;
+    const size_t n = data_.size();
+    tagPos_ = pos_;
+    if (pos_ == n) {
+      done_ = true;
+      return false;
+    }
+    int code;
+    if (oneByteCodes_) {
+      code = byte(pos_++);
+      if (code == 255) {
+        // Extended codes (1000 and up) escape to a two-byte code.
+        if (n - pos_ < 2) return truncated("group code");
+        code = int(uint16(pos_));
+        pos_ += 2;
+      }
+    } else {
+      if (n - pos_ < 2) return truncated("group code");
+      code = int(int16_t(uint16(pos_)));
+      pos_ += 2;
+    }
+    tag.code = code;
+    tag.kind = kindOf(code);
+    tag.real = 0;
+    tag.integer = 0;
+    tag.text = {};
+    switch (tag.kind) {
+      case Kind::Double:
+        if (n - pos_ < 8) return truncated(code);
+        std::memcpy(&tag.real, data_.data() + pos_, 8);  // little-endian hosts only
+        pos_ += 8;
+        break;
+      case Kind::Int16:
+        if (n - pos_ < 2) return truncated(code);
+        tag.integer = int16_t(uint16(pos_));
+        pos_ += 2;
+        break;
+      case Kind::Int32: {
+        if (n - pos_ < 4) return truncated(code);
+        int32_t v;
+        std::memcpy(&v, data_.data() + pos_, 4);
+        tag.integer = v;
+        pos_ += 4;
+        break;
+      }
+      case Kind::Int64:
+        if (n - pos_ < 8) return truncated(code);
+        std::memcpy(&tag.integer, data_.data() + pos_, 8);
+        pos_ += 8;
+        break;
+      case Kind::Bool:
+        if (n - pos_ < 1) return truncated(code);
+        tag.integer = byte(pos_++);
+        break;
+      case Kind::Binary: {
+        if (n - pos_ < 1) return truncated(code);
+        size_t len = byte(pos_++);
+        if (n - pos_ < len) return truncated(code);
+        static const char kHex[] = "0123456789ABCDEF";
+        hex_.resize(len * 2);
+        for (size_t i = 0; i < len; ++i) {
+          unsigned char b = byte(pos_ + i);
+          hex_[2 * i] = kHex[b >> 4];
+          hex_[2 * i + 1] = kHex[b & 15];
+        }
+        pos_ += len;
+        tag.text = hex_;
+        break;
+      }
+      case Kind::String:
+      case Kind::Comment: {
+        const char* s = data_.data() + pos_;
+        const void* z = std::memchr(s, '\0', n - pos_);
+        if (!z) return truncated(code);
+        size_t len = static_cast<const char*>(z) - s;
+        tag.text = std::string_view(s, len);
+        pos_ += len + 1;
+        break;
+      }
+    }
+    finish(tag);
+    if (code == 0 && tag.text == "EOF") done_ = true;
+    return true;
+  }
+
+ private:
+  unsigned byte(size_t at) const { return static_cast<unsigned char>(data_[at]); }
+  unsigned uint16(size_t at) const { return byte(at) | (byte(at + 1) << 8); }
+
+  bool truncated(const char* what) {
+    return fail("byte " + std::to_string(tagPos_) + ": data ends inside a " + what);
+  }
+  bool truncated(int code) {
+    return fail("byte " + std::to_string(tagPos_) + ": data ends inside the value of group code " +
+                std::to_string(code));
+  }
+
+  size_t pos_ = 0;
+  uint64_t tagPos_ = 0;
+  bool oneByteCodes_ = false;
+  std::string hex_;
+};
+
+}  // namespace
+
+std::unique_ptr<TagReader> TagReader::fromBuffer(std::string data, std::string& error) {
+  error.clear();
+  if (data.empty()) {
+    error = "empty file";
+    return nullptr;
+  }
+  if (data.size() >= kBinarySentinel.size() &&
+      std::string_view(data).substr(0, kBinarySentinel.size()) == kBinarySentinel)
+    return std::make_unique<BinaryReader>(std::move(data));
+  if (data.compare(0, 18, "AutoCAD Binary DXF") == 0) {
+    error = "damaged binary DXF: the file header is incomplete";
+    return nullptr;
+  }
+  auto reader = std::make_unique<AsciiReader>(std::move(data));
+  if (!reader->looksLikeDxf(error)) return nullptr;
+  return reader;
+}
+
+std::unique_ptr<TagReader> TagReader::fromFile(const std::string& path, std::string& error) {
+  int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
+    error = std::string("cannot open: ") + std::strerror(errno);
+    return nullptr;
+  }
+  struct stat st;
+  if (::fstat(fd, &st) != 0) {
+    error = std::string("cannot read: ") + std::strerror(errno);
+    ::close(fd);
+    return nullptr;
+  }
+  if (!S_ISREG(st.st_mode)) {
+    error = S_ISDIR(st.st_mode) ? "cannot read: it is a folder" : "cannot read: not a regular file";
+    ::close(fd);
+    return nullptr;
+  }
+  std::string data;
+  data.resize(static_cast<size_t>(st.st_size));
+  size_t got = 0;
+  while (got < data.size()) {
+    ssize_t r = ::read(fd, data.data() + got, data.size() - got);
+    if (r < 0 && errno == EINTR) continue;
+    if (r < 0) {
+      error = std::string("cannot read: ") + std::strerror(errno);
+      ::close(fd);
+      return nullptr;
+    }
+    if (r == 0) break;  // the file shrank while we read it
+    got += static_cast<size_t>(r);
+  }
+  ::close(fd);
+  data.resize(got);
+  return fromBuffer(std::move(data), error);
+}
+
+}  // namespace dx::dxf

@@ -1,0 +1,204 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <cstring>
+#include <random>
+
+#include "host/dxf/tags.h"
+
+namespace dx::dxf {
+namespace {
+
+// Right-aligns the code in three columns, as AutoCAD does, and ends the line.
+char* putCode(char* p, int c) {
+  if (c >= 0 && c < 10) {
+    *p++ = ' ';
+    *p++ = ' ';
+    *p++ = char('0' + c);
+  } else if (c >= 10 && c < 100) {
+    *p++ = ' ';
+    *p++ = char('0' + c / 10);
+    *p++ = char('0' + c % 10);
+  } else {
+    char tmp[16];
+    char* e = std::to_chars(tmp, tmp + sizeof tmp, c).ptr;
+    for (auto len = e - tmp; len < 3; ++len) *p++ = ' ';
+    std::memcpy(p, tmp, e - tmp);
+    p += e - tmp;
+  }
+  *p++ = '\n';
+  return p;
+}
+
+// Shortest text that reads back to the same double, always with a decimal point or
+// an exponent so that readers see a real ("1.0", not "1").
+char* putReal(char* p, char* end, double v) {
+  char* s = p;
+  p = std::to_chars(p, end, v).ptr;
+  for (char* q = s; q < p; ++q)
+    if (*q == '.' || *q == 'e' || *q == 'n' || *q == 'i') return p;
+  *p++ = '.';
+  *p++ = '0';
+  return p;
+}
+
+bool hasLineBreakOrHigh(std::string_view s, bool high) {
+  for (unsigned char c : s)
+    if (c == '\n' || c == '\r' || (high && c >= 0x80)) return true;
+  return false;
+}
+
+}  // namespace
+
+TagWriter::TagWriter() { buf_.reserve(1 << 20); }
+TagWriter::~TagWriter() = default;
+
+void TagWriter::code(int c) {
+  char b[16];
+  buf_.append(b, putCode(b, c) - b);
+}
+
+void TagWriter::str(int c, std::string_view s) {
+  if (hasLineBreakOrHigh(s, escapeNonAscii_)) {
+    std::string t = escapeNonAscii_ ? escapeNonAscii(s) : std::string(s);
+    // A line break inside a value would split the tag; write it the caret way.
+    std::string out;
+    out.reserve(t.size());
+    for (char ch : t) {
+      if (ch == '\n') out += "^J";
+      else if (ch == '\r') out += "^M";
+      else out += ch;
+    }
+    code(c);
+    buf_ += out;
+    buf_ += '\n';
+    return;
+  }
+  char b[16];
+  char* p = putCode(b, c);
+  buf_.append(b, p - b);
+  buf_.append(s);
+  buf_ += '\n';
+}
+
+void TagWriter::real(int c, double v) {
+  char b[64];
+  char* p = putCode(b, c);
+  p = putReal(p, b + sizeof b, v);
+  *p++ = '\n';
+  buf_.append(b, p - b);
+}
+
+void TagWriter::integer(int c, int64_t v) {
+  char b[48];
+  char* p = putCode(b, c);
+  p = std::to_chars(p, b + sizeof b, v).ptr;
+  *p++ = '\n';
+  buf_.append(b, p - b);
+}
+
+void TagWriter::handle(int c, uint64_t h) {
+  char b[48];
+  char* p = putCode(b, c);
+  char* s = p;
+  p = std::to_chars(p, b + sizeof b, h, 16).ptr;
+  for (char* q = s; q < p; ++q)
+    if (*q >= 'a') *q = char(*q - 'a' + 'A');
+  *p++ = '\n';
+  buf_.append(b, p - b);
+}
+
+void TagWriter::point(int c, double x, double y, double z) {
+  char b[192];
+  char* p = putCode(b, c);
+  p = putReal(p, b + sizeof b, x);
+  *p++ = '\n';
+  p = putCode(p, c + 10);
+  p = putReal(p, b + sizeof b, y);
+  *p++ = '\n';
+  p = putCode(p, c + 20);
+  p = putReal(p, b + sizeof b, z);
+  *p++ = '\n';
+  buf_.append(b, p - b);
+}
+
+void TagWriter::point2(int c, double x, double y) {
+  char b[128];
+  char* p = putCode(b, c);
+  p = putReal(p, b + sizeof b, x);
+  *p++ = '\n';
+  p = putCode(p, c + 10);
+  p = putReal(p, b + sizeof b, y);
+  *p++ = '\n';
+  buf_.append(b, p - b);
+}
+
+void TagWriter::tag(const Tag& t) {
+  switch (t.kind) {
+    case Kind::Double: real(t.code, t.real); break;
+    case Kind::Int16:
+    case Kind::Int32:
+    case Kind::Int64:
+    case Kind::Bool: integer(t.code, t.integer); break;
+    case Kind::String:
+    case Kind::Binary:
+    case Kind::Comment: str(t.code, t.text); break;
+  }
+}
+
+bool TagWriter::saveTo(const std::string& path, std::string& error) const {
+  auto fail = [&](const std::string& what, int err) {
+    error = what + " '" + path + "': " + std::strerror(err);
+    return false;
+  };
+  // The temporary sits beside the target so that the rename stays on one file system.
+  std::random_device rd;
+  std::string tmp;
+  int fd = -1;
+  for (int attempt = 0; attempt < 16 && fd < 0; ++attempt) {
+    char suffix[16];
+    unsigned r = rd() & 0xFFFFFF;
+    std::snprintf(suffix, sizeof suffix, ".tmp-%06X", r);
+    tmp = path + suffix;
+    fd = ::open(tmp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (fd < 0 && errno != EEXIST) return fail("cannot write", errno);
+  }
+  if (fd < 0) return fail("cannot write", EEXIST);
+  const char* p = buf_.data();
+  size_t left = buf_.size();
+  while (left > 0) {
+    ssize_t w = ::write(fd, p, left);
+    if (w < 0 && errno == EINTR) continue;
+    if (w < 0) {
+      int err = errno;
+      ::close(fd);
+      ::unlink(tmp.c_str());
+      return fail("cannot write", err);
+    }
+    p += w;
+    left -= static_cast<size_t>(w);
+  }
+  if (syncOnSave_ && ::fsync(fd) != 0) {
+    int err = errno;
+    ::close(fd);
+    ::unlink(tmp.c_str());
+    return fail("cannot write", err);
+  }
+  if (::close(fd) != 0) {
+    int err = errno;
+    ::unlink(tmp.c_str());
+    return fail("cannot write", err);
+  }
+  if (::rename(tmp.c_str(), path.c_str()) != 0) {
+    int err = errno;
+    ::unlink(tmp.c_str());
+    return fail("cannot replace", err);
+  }
+  return true;
+}
+
+}  // namespace dx::dxf
