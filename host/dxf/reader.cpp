@@ -318,8 +318,9 @@ class BinaryReader final : public ReaderBase {
     const size_t n = data_.size();
     tagPos_ = pos_;
     if (pos_ == n) {
-      done_ = true;
-      return false;
+      // Binary files are written by programs, which always end them with EOF;
+      // without it the file was cut short.
+      return fail("byte " + std::to_string(pos_) + ": data ends without the EOF marker");
     }
     int code;
     if (oneByteCodes_) {
