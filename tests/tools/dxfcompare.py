@@ -156,6 +156,8 @@ class Canon:
         self.doc = doc
         self.ignore_handles = ignore_handles
         self._export_version = "AC1032"
+        self._defs = {}
+        self.defaults = {}  # class name -> {attribute: default}
 
     def ref(self, handle):
         """Describe what a handle points to, so files with other handles compare."""
@@ -165,31 +167,47 @@ class Canon:
         name = target.dxf.get("name") if target.dxf.is_supported("name") else None
         return f"{target.dxftype()}:{name}" if name is not None else target.dxftype()
 
+    def definitions(self, entity):
+        """(name, attr, is_handle, default) per namespace attribute, once per class."""
+        cls = type(entity)
+        defs = self._defs.get(cls)
+        if defs is None:
+            defs, seen = [], set()
+            for name, attr in entity.DXFATTRIBS._attribs.items():
+                if name in ("handle", "owner") or (attr.alias and attr.alias in seen):
+                    continue
+                seen.add(name)
+                # DIMSTYLE keeps a block name in group 5; its own handle is 105
+                handle = (is_handle_code(attr.code) and attr.code != 5) or name.endswith("_handle")
+                defs.append((name, attr, handle, plain(attr.default)))
+            self._defs[cls] = defs
+            self.defaults[cls.__name__] = {name: d for name, _, h, d in defs if not h}
+        return defs
+
     def attribs(self, entity):
-        """All namespace attributes, unset ones with their default value."""
+        """Namespace attributes that differ from their default value; what is
+        left out reads as the default, so writing a default or not is the same."""
         result = {}
-        ns = entity.dxf
-        for name, attr in entity.DXFATTRIBS._attribs.items():
-            if attr.alias and attr.alias in result:
-                continue
-            if name in ("handle", "owner"):
-                continue
-            try:
-                if attr.xtype == XType.callback:
+        values = entity.dxf.__dict__
+        for name, attr, handle, default in self.definitions(entity):
+            if attr.xtype == XType.callback:
+                try:
                     value = attr.get_callback_value(entity)
-                else:
-                    value = ns.get(name, attr.default)
-            except Exception:
-                continue
-            if is_handle_code(attr.code) or name.endswith("_handle"):
-                if not self.ignore_handles:
-                    result[name] = value
-                elif value is not None:
-                    result[name] = ("->", self.ref(value))
-                continue
+                except Exception:
+                    continue
+            else:
+                value = values.get(name)
             if value is None:
                 continue
-            result[name] = plain(value)
+            if handle:
+                if not self.ignore_handles:
+                    result[name] = value
+                elif self.ref(value) is not None:
+                    result[name] = ("->", self.ref(value))
+                continue
+            value = plain(value)
+            if value != default:
+                result[name] = value
         return result
 
     def raw_tags(self, entity):
@@ -291,8 +309,9 @@ class Canon:
         return ex
 
     def entity(self, entity):
-        return {"type": entity.dxftype(), "attribs": self.attribs(entity),
-                "extras": self.extras(entity)}
+        attribs = self.attribs(entity)
+        return {"type": entity.dxftype(), "class": type(entity).__name__,
+                "attribs": attribs, "extras": self.extras(entity)}
 
 
 def _fingerprint_value(value, anon):
@@ -317,7 +336,7 @@ def _fingerprint_value(value, anon):
 def fingerprint(canon_entity):
     """Hash of an entity's comparable form, floats to 9 significant digits;
     names of anonymous blocks reduced to their kind so renaming does not count."""
-    text = _fingerprint_value(canon_entity, True)
+    text = _fingerprint_value({k: v for k, v in canon_entity.items() if k != "class"}, True)
     return hashlib.blake2b(text.encode("utf-8", "surrogatepass"), digest_size=12).digest()
 
 
@@ -345,6 +364,7 @@ class Differ:
         self.abs_tol = abs_tol
         self.diffs = []
         self.anon_map = {}  # INPUT anonymous block name -> OUTPUT name
+        self.defaults = {}  # class name -> {attribute: default}, from both files
 
     def add(self, text):
         self.diffs.append(text)
@@ -407,8 +427,10 @@ class Differ:
             return
         block_attr = BLOCK_NAME_ATTRIBS.get(a["type"])
         aa, ba = a["attribs"], b["attribs"]
+        da = self.defaults.get(a.get("class"), {})
+        db = self.defaults.get(b.get("class"), {})
         for key in sorted(set(aa) | set(ba)):
-            va, vb = aa.get(key), ba.get(key)
+            va, vb = aa.get(key, da.get(key)), ba.get(key, db.get(key))
             if key == block_attr:
                 ok = self.same_block_name(va, vb)
             else:
@@ -622,8 +644,10 @@ def compare_tables(differ, canon_a, canon_b):
             for key in sorted(set(a) | set(b)) if keys is None else keys:
                 if key == "name":
                     continue
-                if not differ.same(a.get(key), b.get(key)):
-                    differ.add(f"{label} {name!r}: {key}: {fmt(a.get(key))} != {fmt(b.get(key))}")
+                defaults = differ.defaults.get(type(ta[name]).__name__, {})
+                va, vb = a.get(key, defaults.get(key)), b.get(key, defaults.get(key))
+                if not differ.same(va, vb):
+                    differ.add(f"{label} {name!r}: {key}: {fmt(va)} != {fmt(vb)}")
 
 
 def object_counts(doc):
@@ -663,6 +687,8 @@ def summary(doc, note, issues):
 def compare_docs(doc_a, doc_b, ignore_handles=True, rel_tol=REL_TOL):
     differ = Differ(rel_tol=rel_tol)
     canon_a, canon_b = Canon(doc_a, ignore_handles), Canon(doc_b, ignore_handles)
+    differ.defaults = canon_a.defaults
+    canon_b.defaults = canon_a.defaults  # one shared table: defaults do not depend on the file
     compare_tables(differ, canon_a, canon_b)
     # blocks first: layouts refer to anonymous blocks by their matched names
     compare_blocks(differ, canon_a, canon_b, blocks_of(doc_a), blocks_of(doc_b))
