@@ -19,6 +19,10 @@ inline bool JwwIsKnownVersion(std::uint32_t v) {
 // dimension record its extension lines and points.
 inline bool JwwHasExtendedLayout(std::uint32_t v) { return v >= 420; }
 
+// From this version on a file carries a 32-bit word after the block definition list,
+// which is not read.
+inline constexpr std::uint32_t kJwwTrailingWordVersion = 700;
+
 struct JwwDocument {
   std::uint32_t version = kJwwDefaultVersion;
   std::string memo;  // UTF-8

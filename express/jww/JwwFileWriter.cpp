@@ -113,6 +113,9 @@ class JwwArchiveWriter {
       jww_detail::SerializeBlockDefHead(out_, def);
       ObjectList(def.entities);
     }
+    // JW_CAD 7 ends its files with one more word after the block list; the reader has
+    // no use for it, but a file without it is not what JW_CAD 7 writes.
+    if (doc.version >= kJwwTrailingWordVersion) out_.Put<std::uint32_t>(0);
   }
 
  private:
