@@ -186,8 +186,8 @@ class AsciiReader final : public ReaderBase {
     if (done_) return false;
     const char* p = cur_;
     tagLine_ = line_;
-    if (p == end_ || (isBlankLine(p) && isBlank(p, end_))) {
-      done_ = true;  // blank lines after the last tag are not an error
+    if (isBlank(p, end_)) {
+      done_ = true;  // blank lines or padding after the last tag are not an error
       return false;
     }
     int code;
@@ -228,12 +228,6 @@ class AsciiReader final : public ReaderBase {
   }
 
  private:
-  bool isBlankLine(const char* p) const {
-    for (; p < end_ && *p != '\n'; ++p)
-      if (*p != ' ' && *p != '\t' && *p != '\r') return false;
-    return true;
-  }
-
   // Skips spaces and the line end after a value or code; false when anything else
   // follows on the line.
   bool endOfLine(const char*& p) const {

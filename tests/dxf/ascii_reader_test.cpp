@@ -148,6 +148,9 @@ TEST(AsciiReader, EndsAtTheEofMarkerOrTrailingBlankLines) {
   auto blanks = readBuffer("  0\nSECTION\n  \r\n\n\n");
   EXPECT_EQ(blanks.error, "");
   EXPECT_EQ(blanks.tags.size(), 1u);
+  auto nulPadding = readBuffer(std::string("  0\nSECTION\n\0\0\0\0", 16));
+  EXPECT_EQ(nulPadding.error, "");
+  EXPECT_EQ(nulPadding.tags.size(), 1u);
   auto noMarker = readBuffer("  0\nSECTION\n  0\nENDSEC\n");
   EXPECT_EQ(noMarker.error, "");
   EXPECT_EQ(noMarker.tags.size(), 2u);

@@ -108,6 +108,14 @@ TEST(TagRoundTrip, ReadWriteReadKeepsEveryTagBitExact) {
                                 S(1000, "\xE6\x97\xA5\xE6\x9C\xAC"), I(1071, -1)};
   for (double d : kHardDoubles) tags.push_back(D(10, d));
   std::mt19937_64 rng(42);
+  // Coordinates as drawings hold them: computed to the last digit, or snapped.
+  std::uniform_real_distribution<double> coord(-5000.0, 5000.0);
+  for (int i = 0; i < 5000; ++i) {
+    double c = coord(rng);
+    double scale = std::pow(10.0, i % 6);
+    tags.push_back(D(20, c));
+    tags.push_back(D(30, std::round(c * scale) / scale));
+  }
   for (int i = 0; i < 20000; ++i) {
     uint64_t bits = rng();
     double d;
