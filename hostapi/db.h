@@ -564,6 +564,7 @@ class DxDbPolyline : public DxDbCurve {
 
  private:
   friend struct dx::db::Access;
+  friend class DxDbPolylineHeavy;
   std::vector<Vertex> m_verts;
   int16_t m_flags = 0;
   double m_constWidth = 0, m_elevation = 0, m_thickness = 0;
@@ -585,6 +586,7 @@ class DxDbVertex : public DxDbEntity {
 
  private:
   friend struct dx::db::Access;
+  friend class DxDbPolylineHeavy;
   DxGePoint3d m_pos;
   double m_startWidth = 0, m_endWidth = 0, m_bulge = 0, m_tangentDeg = 0;
   int16_t m_flags = 0;
@@ -672,6 +674,7 @@ class DxDbText : public DxDbEntity {
 
  protected:
   friend struct dx::db::Access;
+  friend class DxDbAttribute;
   DxGePoint3d m_pos, m_align;
   double m_height = 0, m_rotationDeg = 0, m_widthFactor = 1, m_obliqueDeg = 0, m_thickness = 0;
   std::string m_text;
@@ -712,6 +715,7 @@ class DxDbMText : public DxDbEntity {
 
  private:
   friend struct dx::db::Access;
+  friend class DxDbAttribute;
   DxGePoint3d m_location;
   double m_height = 0, m_width = 0, m_refHeight = 0;
   int16_t m_attach = 1, m_flow = 1, m_lsStyle = 1;
@@ -1184,8 +1188,7 @@ class DxDbDimStyleTableRecord : public DxDbSymbolTableRecord {
   double dimtxt() const;
   DxDbObjectId dimtxsty() const;
 
- private:
-  friend struct dx::db::Access;
+  // One dimension variable by group code.
   struct Var {
     int code;
     double real = 0;
@@ -1193,6 +1196,9 @@ class DxDbDimStyleTableRecord : public DxDbSymbolTableRecord {
     std::string text;
     DxDbObjectId id;
   };
+
+ private:
+  friend struct dx::db::Access;
   std::vector<Var> m_vars;
 };
 

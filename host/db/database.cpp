@@ -1,0 +1,448 @@
+// The database object: construction, the standard structure of a drawing, reading and
+// saving, current settings.
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "host/db/database_impl.h"
+
+using namespace dx::db;
+using Dxad::ErrorStatus;
+
+namespace {
+
+DxDbObject* objOf(DxDbObjectId id) {
+  Stub* s = id.stub();
+  return s && s->obj && !s->erased ? s->obj : nullptr;
+}
+
+DxDbSymbolTable* newTable(Table t) {
+  switch (t) {
+    case Table::Layer: return new DxDbLayerTable();
+    case Table::Linetype: return new DxDbLinetypeTable();
+    case Table::Style: return new DxDbTextStyleTable();
+    case Table::DimStyle: return new DxDbDimStyleTable();
+    case Table::Block: return new DxDbBlockTable();
+    case Table::AppId: return new DxDbRegAppTable();
+    case Table::Ucs: return new DxDbUCSTable();
+    case Table::View: return new DxDbViewTable();
+    case Table::Vport: return new DxDbViewportTable();
+    default: return nullptr;
+  }
+}
+
+const char* tableNameOf(Table t) {
+  static const char* names[] = {"",       "LAYER", "LTYPE", "STYLE", "DIMSTYLE", "BLOCK_RECORD",
+                                "APPID",  "UCS",   "VIEW",  "VPORT"};
+  return names[size_t(t)];
+}
+
+DxRxClass* recordClassOf(Table t) {
+  switch (t) {
+    case Table::Layer: return DxDbLayerTableRecord::desc();
+    case Table::Linetype: return DxDbLinetypeTableRecord::desc();
+    case Table::Style: return DxDbTextStyleTableRecord::desc();
+    case Table::DimStyle: return DxDbDimStyleTableRecord::desc();
+    case Table::Block: return DxDbBlockTableRecord::desc();
+    case Table::AppId: return DxDbRegAppTableRecord::desc();
+    case Table::Ucs: return DxDbUCSTableRecord::desc();
+    case Table::View: return DxDbViewTableRecord::desc();
+    case Table::Vport: return DxDbViewportTableRecord::desc();
+    default: return nullptr;
+  }
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------------------
+// Standard structure
+
+void DatabaseImpl::ensureTables() {
+  ensureSchemas();
+  for (int i = 1; i <= int(Table::Vport); ++i) {
+    Table t = Table(i);
+    if (!tables[i].isNull() && tables[i].isValid()) continue;
+    DxDbSymbolTable* tab = newTable(t);
+    Access::tableName(*tab) = tableNameOf(t);
+    Access::recordClass(*tab) = recordClassOf(t);
+    tables[i] = attach(tab);
+  }
+  auto ensure = [&](Table t, const char* name, auto make) {
+    DxDbObjectId id = recordId(t, name);
+    if (id.isNull()) {
+      auto* rec = make();
+      Access::name(*rec) = name;
+      id = addRecord(t, rec);
+    }
+    return id;
+  };
+  ltByBlock = ensure(Table::Linetype, "ByBlock", [] { return new DxDbLinetypeTableRecord(); });
+  ltByLayer = ensure(Table::Linetype, "ByLayer", [] { return new DxDbLinetypeTableRecord(); });
+  ltContinuous = ensure(Table::Linetype, "Continuous", [] {
+    auto* l = new DxDbLinetypeTableRecord();
+    l->setComments("Solid line");
+    return l;
+  });
+  layerZero = ensure(Table::Layer, "0", [this] {
+    auto* l = new DxDbLayerTableRecord();
+    l->setLinetypeObjectId(recordId(Table::Linetype, "Continuous"));
+    return l;
+  });
+  ensure(Table::Style, "Standard", [] { return new DxDbTextStyleTableRecord(); });
+  ensure(Table::AppId, "ACAD", [] { return new DxDbRegAppTableRecord(); });
+  ensure(Table::DimStyle, "Standard", [] { return new DxDbDimStyleTableRecord(); });
+  ensure(Table::Vport, "*Active", [] { return new DxDbViewportTableRecord(); });
+  auto space = [&](const char* name) {
+    DxDbObjectId id = recordId(Table::Block, name);
+    if (id.isNull()) {
+      auto* b = new DxDbBlockTableRecord();
+      Access::name(*b) = name;
+      id = addRecord(Table::Block, b);
+    }
+    return id;
+  };
+  modelSpace = space("*Model_Space");
+  paperSpace = space("*Paper_Space");
+  if (currentSpace.isNull()) currentSpace = modelSpace;
+  // Every block has its BLOCK and ENDBLK entities.
+  for (const DxDbObjectId& id : Access::records(*table(Table::Block))) {
+    auto* b = static_cast<DxDbBlockTableRecord*>(objOf(id));
+    if (!b) continue;
+    if (!objOf(Access::blockBegin(*b))) {
+      auto* e = new DxDbBlockBegin();
+      Access::blockBegin(*b) = attach(e);
+      Access::owner(*e) = id;
+      e->setLayer(layerZero);
+    }
+    if (!objOf(Access::blockEnd(*b))) {
+      auto* e = new DxDbBlockEnd();
+      Access::blockEnd(*b) = attach(e);
+      Access::owner(*e) = id;
+      e->setLayer(layerZero);
+    }
+  }
+}
+
+void DatabaseImpl::completeStructure() {
+  ensureTables();
+  auto newDict = [&](DxDbObjectId owner) {
+    auto* d = new DxDbDictionary();
+    DxDbObjectId id = attach(d);
+    Access::owner(*d) = owner;
+    objectsOrder.push_back(id);
+    return id;
+  };
+  if (!objOf(rootDict)) {
+    rootDict = newDict({});
+  }
+  auto* root = static_cast<DxDbDictionary*>(objOf(rootDict));
+  auto child = [&](const char* key) {
+    for (auto& [k, id] : Access::items(*root))
+      if (k == key && objOf(id)) return id;
+    DxDbObjectId id = newDict(rootDict);
+    Access::items(*root).emplace_back(key, id);
+    return id;
+  };
+  groupDict = child("ACAD_GROUP");
+  layoutDict = child("ACAD_LAYOUT");
+  auto* layouts = static_cast<DxDbDictionary*>(objOf(layoutDict));
+  auto ensureLayout = [&](DxDbObjectId btrId, const char* name, int16_t tab) {
+    auto* b = static_cast<DxDbBlockTableRecord*>(objOf(btrId));
+    if (!b || objOf(Access::layout(*b))) return;
+    for (auto& [k, id] : Access::items(*layouts))
+      if (auto* l = DxRxObject::cast<DxDbLayout>(objOf(id)))
+        if (Access::layoutBlock(*l) == btrId) {
+          Access::layout(*b) = id;
+          return;
+        }
+    auto* l = new DxDbLayout();
+    DxDbObjectId id = attach(l);
+    Access::owner(*l) = layoutDict;
+    Access::layoutName(*l) = name;
+    Access::layoutBlock(*l) = btrId;
+    Access::tabOrder(*l) = tab;
+    objectsOrder.push_back(id);
+    Access::items(*layouts).emplace_back(name, id);
+    Access::layout(*b) = id;
+  };
+  ensureLayout(modelSpace, "Model", 0);
+  ensureLayout(paperSpace, "Layout1", 1);
+  if (header.empty()) {
+    setHeaderString("$ACADVER", 1, "AC1032");
+    setHeaderString("$DWGCODEPAGE", 3, "ANSI_1252");
+    for (const char* p : {"$INSBASE", "$EXTMIN", "$EXTMAX"}) {
+      HeaderVar& v = setHeaderVar(p);
+      for (int c : {10, 20, 30}) {
+        XTag t;
+        t.code = int16_t(c);
+        t.kind = dxf::Kind::Double;
+        v.tags.push_back(t);
+      }
+    }
+    setHeaderReal("$LTSCALE", 40, 1.0);
+    setHeaderReal("$TEXTSIZE", 40, 2.5);
+    setHeaderString("$CLAYER", 8, "0");
+    setHeaderString("$CELTYPE", 6, "ByLayer");
+    setHeaderInt("$CECOLOR", 62, 256);
+    setHeaderReal("$CELTSCALE", 40, 1.0);
+    setHeaderString("$TEXTSTYLE", 7, "Standard");
+    setHeaderString("$DIMSTYLE", 2, "Standard");
+    setHeaderReal("$DIMSCALE", 40, 1.0);
+    setHeaderInt("$MEASUREMENT", 70, 1);
+    setHeaderInt("$INSUNITS", 70, 0);
+  }
+}
+
+// ---------------------------------------------------------------------------------------
+// DxDbDatabase
+
+DxDbDatabase::DxDbDatabase(bool buildDefaultDrawing, bool)
+    : m_impl(std::make_unique<DatabaseImpl>(this)) {
+  ensureSchemas();
+  if (buildDefaultDrawing) m_impl->completeStructure();
+}
+
+DxDbDatabase::~DxDbDatabase() {
+  for (auto* r : m_impl->reactors) r->goodbye(this);
+}
+
+ErrorStatus DxDbDatabase::readDxfFromBuffer(std::string data) {
+  auto fresh = std::make_unique<DatabaseImpl>(this);
+  std::string err;
+  if (!readDxf(*fresh, std::move(data), err)) {
+    m_impl->lastError = err;
+    return Dxad::eBadDxfFile;
+  }
+  fresh->reactors = m_impl->reactors;
+  fresh->setJournalEnabled(m_impl->journalEnabled());
+  m_impl = std::move(fresh);
+  return Dxad::eOk;
+}
+
+ErrorStatus DxDbDatabase::readDwgFile(const char* fileName) {
+  std::ifstream in(fileName ? fileName : "", std::ios::binary);
+  if (!in) {
+    m_impl->lastError = std::string("cannot open the file: ") + std::strerror(errno);
+    return Dxad::eFileNotFound;
+  }
+  std::string data((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  if (in.bad()) {
+    m_impl->lastError = "cannot read the file";
+    return Dxad::eFileAccessErr;
+  }
+  ErrorStatus es = readDxfFromBuffer(std::move(data));
+  if (es == Dxad::eOk) m_impl->fileName = fileName;
+  return es;
+}
+
+ErrorStatus DxDbDatabase::saveAs(const char* fileName, DxDbDwgVersion version) {
+  switch (version) {
+    case DxDb::kDHL_1014: case DxDb::kDHL_1015: case DxDb::kDHL_1018: case DxDb::kDHL_1021:
+    case DxDb::kDHL_1024: case DxDb::kDHL_1027: case DxDb::kDHL_1032: break;
+    default:
+      m_impl->lastError = "unsupported file version " + std::to_string(int(version));
+      return Dxad::eIncompatibleVersion;
+  }
+  dx::dxf::TagWriter w;
+  w.buffer().reserve(1 << 20);
+  writeDxf(*m_impl, verFromDwgVersion(version), w);
+  std::string err;
+  if (!w.saveTo(fileName ? fileName : "", err)) {
+    m_impl->lastError = err;
+    return Dxad::eFileAccessErr;
+  }
+  return Dxad::eOk;
+}
+
+const std::string& DxDbDatabase::lastError() const { return m_impl->lastError; }
+const char* DxDbDatabase::originalFileName() const { return m_impl->fileName.c_str(); }
+const char* DxDbDatabase::originalFileVersion() const { return m_impl->fileVersion.c_str(); }
+
+DxDbObjectId DxDbDatabase::blockTableId() const { return m_impl->tables[size_t(Table::Block)]; }
+DxDbObjectId DxDbDatabase::layerTableId() const { return m_impl->tables[size_t(Table::Layer)]; }
+DxDbObjectId DxDbDatabase::linetypeTableId() const { return m_impl->tables[size_t(Table::Linetype)]; }
+DxDbObjectId DxDbDatabase::textStyleTableId() const { return m_impl->tables[size_t(Table::Style)]; }
+DxDbObjectId DxDbDatabase::dimStyleTableId() const { return m_impl->tables[size_t(Table::DimStyle)]; }
+DxDbObjectId DxDbDatabase::regAppTableId() const { return m_impl->tables[size_t(Table::AppId)]; }
+DxDbObjectId DxDbDatabase::UCSTableId() const { return m_impl->tables[size_t(Table::Ucs)]; }
+DxDbObjectId DxDbDatabase::viewTableId() const { return m_impl->tables[size_t(Table::View)]; }
+DxDbObjectId DxDbDatabase::viewportTableId() const { return m_impl->tables[size_t(Table::Vport)]; }
+DxDbObjectId DxDbDatabase::namedObjectsDictionaryId() const { return m_impl->rootDict; }
+DxDbObjectId DxDbDatabase::getGroupDictionaryId() const { return m_impl->groupDict; }
+ErrorStatus DxDbDatabase::getGroupDictionary(DxDbDictionary*& dict, DxDb::OpenMode mode) const {
+  return dxdbOpenObject(dict, m_impl->groupDict, mode);
+}
+DxDbObjectId DxDbDatabase::modelSpaceId() const { return m_impl->modelSpace; }
+DxDbObjectId DxDbDatabase::paperSpaceId() const { return m_impl->paperSpace; }
+DxDbObjectId DxDbDatabase::currentSpaceId() const { return m_impl->currentSpace; }
+ErrorStatus DxDbDatabase::setCurrentSpace(DxDbObjectId id) {
+  if (!DxRxObject::cast<DxDbBlockTableRecord>(objOf(id))) return Dxad::eInvalidInput;
+  m_impl->currentSpace = id;
+  return Dxad::eOk;
+}
+DxDbObjectId DxDbDatabase::byLayerLinetype() const { return m_impl->ltByLayer; }
+DxDbObjectId DxDbDatabase::byBlockLinetype() const { return m_impl->ltByBlock; }
+DxDbObjectId DxDbDatabase::continuousLinetype() const { return m_impl->ltContinuous; }
+
+DxDbObjectId DxDbDatabase::symbolTableId(const DxRxClass* cls) const {
+  for (int i = 1; i <= int(Table::Vport); ++i) {
+    DxDbObject* t = objOf(m_impl->tables[i]);
+    if (t && t->isA() == cls) return m_impl->tables[i];
+  }
+  return {};
+}
+
+namespace {
+DxDbObjectId byHeaderName(const DatabaseImpl& db, const char* var, Table t, const char* fallback) {
+  DxDbObjectId id = db.recordId(t, db.headerString(var, fallback));
+  return id.isNull() ? db.recordId(t, fallback) : id;
+}
+ErrorStatus setHeaderName(DatabaseImpl& db, const char* var, int code, Table t, DxDbObjectId id) {
+  auto* r = DxRxObject::cast<DxDbSymbolTableRecord>(objOf(id));
+  if (!r || r->ownerId() != db.tables[size_t(t)]) return Dxad::eInvalidInput;
+  db.setHeaderString(var, code, r->getName());
+  return Dxad::eOk;
+}
+}  // namespace
+
+DxDbObjectId DxDbDatabase::clayer() const { return byHeaderName(*m_impl, "$CLAYER", Table::Layer, "0"); }
+ErrorStatus DxDbDatabase::setClayer(DxDbObjectId id) {
+  return setHeaderName(*m_impl, "$CLAYER", 8, Table::Layer, id);
+}
+DxDbObjectId DxDbDatabase::textstyle() const {
+  return byHeaderName(*m_impl, "$TEXTSTYLE", Table::Style, "Standard");
+}
+ErrorStatus DxDbDatabase::setTextstyle(DxDbObjectId id) {
+  return setHeaderName(*m_impl, "$TEXTSTYLE", 7, Table::Style, id);
+}
+DxDbObjectId DxDbDatabase::dimstyle() const {
+  return byHeaderName(*m_impl, "$DIMSTYLE", Table::DimStyle, "Standard");
+}
+ErrorStatus DxDbDatabase::setDimstyle(DxDbObjectId id) {
+  return setHeaderName(*m_impl, "$DIMSTYLE", 2, Table::DimStyle, id);
+}
+DxDbObjectId DxDbDatabase::celtype() const {
+  return byHeaderName(*m_impl, "$CELTYPE", Table::Linetype, "ByLayer");
+}
+ErrorStatus DxDbDatabase::setCeltype(DxDbObjectId id) {
+  return setHeaderName(*m_impl, "$CELTYPE", 6, Table::Linetype, id);
+}
+DxCmColor DxDbDatabase::cecolor() const {
+  DxCmColor c;
+  c.setColorIndex(int16_t(m_impl->headerInt("$CECOLOR", 256)));
+  return c;
+}
+ErrorStatus DxDbDatabase::setCecolor(const DxCmColor& c) {
+  m_impl->setHeaderInt("$CECOLOR", 62, c.colorIndex());
+  return Dxad::eOk;
+}
+double DxDbDatabase::textsize() const { return m_impl->headerReal("$TEXTSIZE", 2.5); }
+double DxDbDatabase::celtscale() const { return m_impl->headerReal("$CELTSCALE", 1.0); }
+
+resbuf* DxDbDatabase::getHeaderVar(const char* name) const {
+  std::string key = std::string("$") + upperKey(name ? name : "");
+  const HeaderVar* v = m_impl->headerVar(key);
+  if (!v || v->tags.empty()) return nullptr;
+  resbuf *head = nullptr, *tail = nullptr;
+  for (size_t i = 0; i < v->tags.size(); ++i) {
+    const XTag& t = v->tags[i];
+    resbuf* rb = nullptr;
+    if (dx::dxf::isPointCode(t.code)) {
+      rb = dxutNewRb(RT3DPOINT);
+      for (int k = 0; k < 3 && i < v->tags.size() && v->tags[i].code == t.code + 10 * k; ++k, ++i)
+        rb->resval.rpoint[k] = v->tags[i].v[0];
+      --i;
+    } else {
+      switch (dxutGroupCodeType(t.code)) {
+        case RTREAL: rb = dxutNewRb(RTREAL); rb->resval.rreal = t.v[0]; break;
+        case RTSHORT: rb = dxutNewRb(RTSHORT); rb->resval.rint = short(t.i); break;
+        case RTLONG: rb = dxutNewRb(RTLONG); rb->resval.rlong = int32_t(t.i); break;
+        default:
+          rb = dxutNewRb(RTSTR);
+          rb->resval.rstring = strdup(t.s.c_str());
+          break;
+      }
+    }
+    (tail ? tail->rbnext : head) = rb;
+    tail = rb;
+  }
+  return head;
+}
+
+ErrorStatus DxDbDatabase::setHeaderVar(const char* name, const resbuf* value) {
+  if (!value) return Dxad::eInvalidInput;
+  std::string key = std::string("$") + upperKey(name ? name : "");
+  HeaderVar* existing = m_impl->headerVar(key);
+  int code = existing && !existing->tags.empty() ? existing->tags[0].code : 0;
+  switch (value->restype) {
+    case RTREAL: m_impl->setHeaderReal(key, code ? code : 40, value->resval.rreal); break;
+    case RTSHORT: m_impl->setHeaderInt(key, code ? code : 70, value->resval.rint); break;
+    case RTLONG: m_impl->setHeaderInt(key, code ? code : 90, value->resval.rlong); break;
+    case RTSTR: m_impl->setHeaderString(key, code ? code : 1, value->resval.rstring ? value->resval.rstring : ""); break;
+    case RTPOINT:
+    case RT3DPOINT: {
+      HeaderVar& v = m_impl->setHeaderVar(key);
+      int base = code ? code : 10;
+      for (int k = 0; k < (value->restype == RTPOINT ? 2 : 3); ++k) {
+        XTag t;
+        t.code = int16_t(base + 10 * k);
+        t.kind = dx::dxf::Kind::Double;
+        t.v[0] = value->resval.rpoint[k];
+        v.tags.push_back(t);
+      }
+      break;
+    }
+    default: return Dxad::eInvalidInput;
+  }
+  return Dxad::eOk;
+}
+
+ErrorStatus DxDbDatabase::getObjectId(DxDbObjectId& id, bool createIfNotFound, DxDbHandle h) {
+  Stub* s = createIfNotFound ? m_impl->stubFor(h.value()) : m_impl->findStub(h.value());
+  id = DxDbObjectId(s);
+  if (!s || (!s->obj && !createIfNotFound)) {
+    id = {};
+    return Dxad::eKeyNotFound;
+  }
+  return Dxad::eOk;
+}
+
+ErrorStatus DxDbDatabase::addDxDbObject(DxDbObjectId& id, DxDbObject* obj) {
+  if (!obj) return Dxad::eNullObjectPointer;
+  if (Access::stub(*obj)) return Dxad::eAlreadyInDb;
+  id = m_impl->attach(obj);
+  m_impl->objectsOrder.push_back(id);
+  Access::openCount(*obj) = 1;
+  Access::openWrite(*obj) = true;
+  m_impl->noteOpened(Access::stub(*obj));
+  return Dxad::eOk;
+}
+
+size_t DxDbDatabase::numObjects() const { return m_impl->objectCount(); }
+
+void DxDbDatabase::addReactor(DxDbDatabaseReactor* r) const {
+  auto& v = m_impl->reactors;
+  if (std::find(v.begin(), v.end(), r) == v.end()) v.push_back(r);
+}
+void DxDbDatabase::removeReactor(DxDbDatabaseReactor* r) const {
+  auto& v = m_impl->reactors;
+  v.erase(std::remove(v.begin(), v.end(), r), v.end());
+}
+
+std::vector<DxDbObjectId> DxDbDatabase::openObjects() const { return m_impl->openObjects(); }
+std::vector<std::string> DxDbDatabase::takeDisciplineReport() {
+  auto v = m_impl->takeViolations();
+  for (const DxDbObjectId& id : m_impl->openObjects()) {
+    DxRxClass* c = id.objectClass();
+    v.push_back(std::string("object left open: ") + (c ? c->name() : "?") + " handle " +
+                id.handle().str());
+  }
+  return v;
+}
+
+DxDbHostApplicationServices* dxdbHostApplicationServices() {
+  static DxDbHostApplicationServices services;
+  return &services;
+}

@@ -1,0 +1,611 @@
+// Reading a DXF file into a database.
+#include <cstring>
+
+#include "host/db/database_impl.h"
+
+namespace dx::db {
+namespace {
+
+using dxf::Kind;
+
+uint64_t parseHex(std::string_view s) {
+  uint64_t v = 0;
+  for (char c : s) {
+    int d = (c >= '0' && c <= '9') ? c - '0'
+            : (c >= 'a' && c <= 'f') ? c - 'a' + 10
+            : (c >= 'A' && c <= 'F') ? c - 'A' + 10
+                                     : -1;
+    if (d < 0) {
+      if (c == ' ') continue;
+      break;
+    }
+    v = (v << 4) | uint64_t(d);
+  }
+  return v;
+}
+
+Table tableFromName(std::string_view n) {
+  if (n == "LAYER") return Table::Layer;
+  if (n == "LTYPE") return Table::Linetype;
+  if (n == "STYLE") return Table::Style;
+  if (n == "DIMSTYLE") return Table::DimStyle;
+  if (n == "BLOCK_RECORD") return Table::Block;
+  if (n == "APPID") return Table::AppId;
+  if (n == "UCS") return Table::Ucs;
+  if (n == "VIEW") return Table::View;
+  if (n == "VPORT") return Table::Vport;
+  return Table::None;
+}
+
+// One object's groups as read: strings copied into a local arena, points folded, and
+// references turned into ids.
+struct Record {
+  std::string type;
+  std::vector<InTag> tags;
+  uint64_t handle = 0;
+  bool hasHandle = false;
+  DxDbObjectId owner;
+  bool hasOwner = false;
+  DxDbObjectIdArray reactors;
+  DxDbObjectId xdict;
+  std::string arena;
+  uint64_t line = 0;
+
+  const InTag* find(int code) const {
+    for (const InTag& t : tags)
+      if (t.code == code) return &t;
+    return nullptr;
+  }
+  std::string_view text(int code) const {
+    const InTag* t = find(code);
+    return t ? t->text : std::string_view();
+  }
+};
+
+struct RawTag {
+  int code;
+  Kind kind;
+  double real;
+  int64_t integer;
+  uint32_t off, len;
+};
+
+class Reader {
+ public:
+  Reader(DatabaseImpl& db, dxf::TagReader& rd) : m_db(db), m_rd(rd) {
+    m_ctx.db = &db;
+  }
+
+  bool run(std::string& error);
+
+ private:
+  bool fail(const std::string& msg) {
+    if (m_error.empty()) m_error = "line " + std::to_string(m_rd.position()) + ": " + msg;
+    return false;
+  }
+  bool nextTag(dxf::Tag& t) {
+    if (!m_rd.next(t)) {
+      if (!m_rd.error().empty()) return fail(m_rd.error());
+      m_eof = true;
+      return false;
+    }
+    return true;
+  }
+  bool readRecord(Record& rec);
+  bool readHeader();
+  bool readClasses();
+  bool readTables();
+  bool readBlocks();
+  bool readEntities(DxDbObjectId forcedOwner, Record* stopAt, const char* endName);
+  bool readObjects();
+  bool skipSection(std::string_view name);
+  DxDbObject* makeObject(Record& rec, bool entity);
+  DxDbObject* makeEntity(Record& rec, DxDbObjectId defaultOwner);
+  void finishSequence();
+  DxDbObjectId btrOf(DxDbObjectId id) const {
+    DxDbObject* o = id.stub() ? id.stub()->obj : nullptr;
+    return DxRxObject::cast<DxDbBlockTableRecord>(o) ? id : DxDbObjectId();
+  }
+
+  DatabaseImpl& m_db;
+  dxf::TagReader& m_rd;
+  LoadContext m_ctx;
+  std::string m_error;
+  bool m_eof = false;
+  std::vector<RawTag> m_raw;
+  // Open sequence (attributes of an insert, vertices of a polyline).
+  DxDbObject* m_seqParent = nullptr;
+  std::vector<Stub*> m_unhandled;  // objects the file gave no handle
+};
+
+bool Reader::readRecord(Record& rec) {
+  // The 0 group has just been read; rec.type holds its value.
+  rec.tags.clear();
+  rec.arena.clear();
+  rec.hasHandle = rec.hasOwner = false;
+  rec.handle = 0;
+  rec.owner = {};
+  rec.reactors.clear();
+  rec.xdict = {};
+  rec.line = m_rd.position();
+  m_raw.clear();
+  dxf::Tag t;
+  while (true) {
+    if (!m_rd.next(t)) {
+      if (!m_rd.error().empty()) return fail(m_rd.error());
+      return fail("unexpected end of file inside " + rec.type);
+    }
+    if (t.code == 0) {
+      m_rd.pushBack();
+      break;
+    }
+    if (t.code == 999) continue;
+    RawTag r{t.code, t.kind, t.real, t.integer, 0, 0};
+    if (t.kind == Kind::String || t.kind == Kind::Binary || t.kind == Kind::Comment) {
+      r.off = uint32_t(rec.arena.size());
+      r.len = uint32_t(t.text.size());
+      rec.arena.append(t.text);
+    }
+    m_raw.push_back(r);
+  }
+  // Fold points, resolve references, take off handle, owner and the reactor and
+  // extension-dictionary groups that precede the first subclass.
+  bool beforeSubclass = true;
+  rec.tags.reserve(m_raw.size());
+  for (size_t i = 0; i < m_raw.size(); ++i) {
+    const RawTag& r = m_raw[i];
+    std::string_view text(rec.arena.data() + r.off, r.len);
+    if (r.code == 100) beforeSubclass = false;
+    if ((r.code == 5 || r.code == 105) && !rec.hasHandle) {
+      rec.handle = parseHex(text);
+      rec.hasHandle = rec.handle != 0;
+      continue;
+    }
+    if (r.code == 102 && text == "{ACAD_REACTORS") {
+      for (++i; i < m_raw.size() && m_raw[i].code != 102; ++i)
+        if (m_raw[i].code == 330)
+          if (Stub* s = m_db.stubFor(parseHex({rec.arena.data() + m_raw[i].off, m_raw[i].len})))
+            rec.reactors.emplace_back(s);
+      continue;
+    }
+    if (r.code == 102 && text == "{ACAD_XDICTIONARY") {
+      for (++i; i < m_raw.size() && m_raw[i].code != 102; ++i)
+        if (m_raw[i].code == 360)
+          rec.xdict = DxDbObjectId(m_db.stubFor(parseHex({rec.arena.data() + m_raw[i].off, m_raw[i].len})));
+      continue;
+    }
+    if (r.code == 330 && beforeSubclass && !rec.hasOwner) {
+      rec.owner = DxDbObjectId(m_db.stubFor(parseHex(text)));
+      rec.hasOwner = true;
+      continue;
+    }
+    InTag in;
+    in.code = r.code;
+    in.kind = r.kind;
+    in.real = r.real;
+    in.integer = r.integer;
+    in.text = text;
+    if (dxf::isPointCode(r.code) && r.kind == Kind::Double && i + 1 < m_raw.size() &&
+        m_raw[i + 1].code == r.code + 10) {
+      in.dims = 2;
+      in.pt[0] = r.real;
+      in.pt[1] = m_raw[i + 1].real;
+      ++i;
+      if (i + 1 < m_raw.size() && m_raw[i + 1].code == r.code + 20) {
+        in.dims = 3;
+        in.pt[2] = m_raw[i + 1].real;
+        ++i;
+      }
+    } else if (dxf::isHandleCode(r.code) && r.code != 5 && r.code != 105) {
+      in.isRef = true;
+      in.id = DxDbObjectId(m_db.stubFor(parseHex(text)));
+    }
+    rec.tags.push_back(in);
+  }
+  return true;
+}
+
+bool Reader::run(std::string& error) {
+  dxf::Tag t;
+  bool sawSection = false;
+  while (nextTag(t)) {
+    if (t.code == 999) continue;
+    if (t.code != 0) {
+      fail("expected a section, found group " + std::to_string(t.code));
+      break;
+    }
+    if (t.text == "EOF") break;
+    if (t.text != "SECTION") {
+      fail("expected SECTION, found '" + std::string(t.text) + "'");
+      break;
+    }
+    if (!nextTag(t) || t.code != 2) {
+      fail("section without a name");
+      break;
+    }
+    sawSection = true;
+    std::string name(t.text);
+    bool ok = true;
+    if (name == "HEADER") ok = readHeader();
+    else if (name == "CLASSES") ok = readClasses();
+    else if (name == "TABLES") ok = readTables();
+    else if (name == "BLOCKS") ok = readBlocks();
+    else if (name == "ENTITIES") ok = readEntities({}, nullptr, "ENDSEC");
+    else if (name == "OBJECTS") ok = readObjects();
+    else ok = skipSection(name);
+    if (!ok) break;
+  }
+  if (m_error.empty() && !sawSection) fail("no DXF sections found");
+  if (!m_error.empty()) {
+    error = m_error;
+    return false;
+  }
+  // Objects the file gave no handle get fresh ones above every handle it used.
+  for (Stub* s : m_unhandled) m_db.assignHandle(s);
+  m_db.completeStructure();
+  return true;
+}
+
+bool Reader::skipSection(std::string_view name) {
+  std::vector<XTag> keep;
+  XTag head;
+  head.code = 2;
+  head.s = std::string(name);
+  keep.push_back(head);
+  dxf::Tag t;
+  while (nextTag(t)) {
+    if (t.code == 0 && t.text == "ENDSEC") {
+      m_db.trailingSections.push_back(std::move(keep));
+      return true;
+    }
+    InTag in;
+    in.code = t.code;
+    in.kind = t.kind;
+    in.real = t.real;
+    in.integer = t.integer;
+    in.text = t.text;
+    keep.push_back(XTag::from(in));
+  }
+  return fail("unexpected end of file in section " + std::string(name));
+}
+
+bool Reader::readHeader() {
+  dxf::Tag t;
+  HeaderVar* cur = nullptr;
+  while (nextTag(t)) {
+    if (t.code == 0) {
+      if (t.text == "ENDSEC") {
+        m_db.fileVersion = m_db.headerString("$ACADVER", "AC1009");
+        std::string v = m_db.fileVersion;
+        if (v.size() != 6 || v.rfind("AC", 0) != 0 || v > "AC1032" || v < "AC1006")
+          return fail("unsupported drawing version '" + v + "'");
+        m_ctx.version = verFromAcad(v);
+        m_db.codePage = m_db.headerString("$DWGCODEPAGE", "ANSI_1252");
+        if (int64_t seed = int64_t(parseHex(m_db.headerString("$HANDSEED"))); seed > 0)
+          m_db.noteHandle(uint64_t(seed) - 1);
+        return true;
+      }
+      return fail("unexpected '" + std::string(t.text) + "' in HEADER");
+    }
+    if (t.code == 9) {
+      m_db.header.push_back({std::string(t.text), {}});
+      cur = &m_db.header.back();
+      continue;
+    }
+    if (!cur) continue;
+    InTag in;
+    in.code = t.code;
+    in.kind = t.kind;
+    in.real = t.real;
+    in.integer = t.integer;
+    in.text = t.text;
+    XTag x = XTag::from(in);
+    // Points of header variables stay as separate groups; $HANDSEED is a plain string.
+    x.isRef = false;
+    cur->tags.push_back(std::move(x));
+  }
+  return fail("unexpected end of file in HEADER");
+}
+
+bool Reader::readClasses() {
+  dxf::Tag t;
+  while (nextTag(t)) {
+    if (t.code == 0 && t.text == "ENDSEC") return true;
+    if (t.code == 0) {
+      m_db.classes.emplace_back();
+      continue;
+    }
+    if (m_db.classes.empty()) m_db.classes.emplace_back();
+    InTag in;
+    in.code = t.code;
+    in.kind = t.kind;
+    in.real = t.real;
+    in.integer = t.integer;
+    in.text = t.text;
+    m_db.classes.back().push_back(XTag::from(in));
+  }
+  return fail("unexpected end of file in CLASSES");
+}
+
+DxDbObject* Reader::makeObject(Record& rec, bool entity) {
+  DxRxClass* cls = nullptr;
+  if (rec.type == "DIMENSION") {
+    bool rotated = false, aligned = false, markers = false;
+    for (const InTag& t : rec.tags)
+      if (t.code == 100) {
+        markers = true;
+        rotated |= t.text == "AcDbRotatedDimension";
+        aligned |= t.text == "AcDbAlignedDimension";
+      }
+    if (!markers) {
+      const InTag* ty = rec.find(70);
+      int kind = ty ? int(ty->integer & 7) : 0;
+      rotated = kind == 0;
+      aligned = kind == 1;
+    }
+    cls = rotated ? DxDbRotatedDimension::desc() : aligned ? DxDbAlignedDimension::desc()
+                                                           : DxDbDimension::desc();
+  } else {
+    cls = classForDxfName(rec.type);
+  }
+  if (cls && entity != schemaOf(cls)->isEntity) cls = nullptr;
+  DxDbObject* o = nullptr;
+  if (!cls) {
+    if (entity) {
+      auto* u = new DxDbUnknownEntity();
+      Access::unknownName(*u) = rec.type;
+      o = u;
+    } else {
+      auto* u = new DxDbUnknownObject();
+      Access::unknownName(*u) = rec.type;
+      o = u;
+    }
+  } else {
+    o = static_cast<DxDbObject*>(cls->create());
+  }
+  Stub* s = nullptr;
+  if (rec.hasHandle) {
+    s = m_db.stubFor(rec.handle);
+    if (s->obj) {
+      // A handle used twice: the second object gets a fresh one.
+      s = nullptr;
+    }
+  }
+  bool anon = s == nullptr;
+  if (anon) s = m_db.anonymousStub();
+  m_db.attach(o, s);
+  if (anon) m_unhandled.push_back(s);
+  if (rec.hasOwner) Access::owner(*o) = rec.owner;
+  Access::xdict(*o) = rec.xdict;
+  if (!rec.reactors.empty()) Access::extrasMut(*o).reactors = rec.reactors;
+  return o;
+}
+
+void Reader::finishSequence() {
+  if (!m_seqParent) return;
+  // A sequence the file did not close: add its end marker.
+  auto* end = new DxDbSequenceEnd();
+  DxDbObjectId id = m_db.attach(end, m_db.newStub());
+  Access::owner(*end) = m_seqParent->objectId();
+  if (auto* ins = DxRxObject::cast<DxDbBlockReference>(m_seqParent)) Access::seqend(*ins) = id;
+  if (auto* pl = DxRxObject::cast<DxDbPolylineHeavy>(m_seqParent)) Access::seqend(*pl) = id;
+  m_seqParent = nullptr;
+}
+
+DxDbObject* Reader::makeEntity(Record& rec, DxDbObjectId defaultOwner) {
+  bool sub = rec.type == "ATTRIB" || rec.type == "VERTEX" || rec.type == "SEQEND";
+  if (sub && !m_seqParent) {
+    if (rec.type == "SEQEND") return nullptr;  // stray end marker
+  }
+  if (!sub && m_seqParent) finishSequence();
+  DxDbObject* o = makeObject(rec, true);
+  if (sub && m_seqParent) {
+    Access::owner(*o) = m_seqParent->objectId();
+    const ClassSchema* sc = schemaOf(*o);
+    applyTags(*o, *sc, rec.tags, m_ctx);
+    if (auto* ins = DxRxObject::cast<DxDbBlockReference>(m_seqParent)) {
+      if (rec.type == "SEQEND") Access::seqend(*ins) = o->objectId(), m_seqParent = nullptr;
+      else Access::attribs(*ins).push_back(o->objectId());
+    } else if (auto* pl = DxRxObject::cast<DxDbPolylineHeavy>(m_seqParent)) {
+      if (rec.type == "SEQEND") Access::seqend(*pl) = o->objectId(), m_seqParent = nullptr;
+      else Access::vertices(*pl).push_back(o->objectId());
+    }
+    return nullptr;
+  }
+  // Owner: the block it is read in, else its owner group, else by its paper-space flag.
+  DxDbObjectId owner = defaultOwner;
+  if (owner.isNull()) owner = btrOf(rec.owner);
+  if (owner.isNull()) {
+    const InTag* ps = rec.find(67);
+    owner = (ps && ps->integer == 1) ? m_db.paperSpace : m_db.modelSpace;
+  }
+  Access::owner(*o) = owner;
+  const ClassSchema* sc = schemaOf(*o);
+  applyTags(*o, *sc, rec.tags, m_ctx);
+  if (auto* e = DxRxObject::cast<DxDbEntity>(o)) {
+    if (e->layerId().isNull()) {
+      // Every entity is on a layer; files that leave it out mean layer 0.
+      e->setLayer(m_db.layerZero);
+    }
+  }
+  if (rec.type == "POLYLINE" || (rec.type == "INSERT" && rec.find(66) && rec.find(66)->integer == 1))
+    m_seqParent = o;
+  if (auto* btr = DxRxObject::cast<DxDbBlockTableRecord>(owner.stub() ? owner.stub()->obj : nullptr))
+    Access::entities(*btr).push_back(o->objectId());
+  return o;
+}
+
+bool Reader::readTables() {
+  dxf::Tag t;
+  Record rec;
+  Table current = Table::None;
+  while (nextTag(t)) {
+    if (t.code != 0) return fail("expected a table or record, found group " + std::to_string(t.code));
+    if (t.text == "ENDSEC") return true;
+    if (t.text == "ENDTAB") {
+      current = Table::None;
+      continue;
+    }
+    rec.type = t.text;
+    if (!readRecord(rec)) return false;
+    if (rec.type == "TABLE") {
+      std::string_view name = rec.text(2);
+      current = tableFromName(name);
+      if (current == Table::None) {
+        // A table the host does not know: keep its records as unknown objects.
+        continue;
+      }
+      std::vector<InTag> rest;
+      for (const InTag& x : rec.tags)
+        if (x.code != 2) rest.push_back(x);
+      rec.tags = std::move(rest);
+      if (!m_db.tables[size_t(current)].isNull()) continue;  // a repeated table: records join
+      DxDbSymbolTable* tab = nullptr;
+      DxRxClass* recCls = nullptr;
+      switch (current) {
+        case Table::Layer: tab = new DxDbLayerTable(); recCls = DxDbLayerTableRecord::desc(); break;
+        case Table::Linetype: tab = new DxDbLinetypeTable(); recCls = DxDbLinetypeTableRecord::desc(); break;
+        case Table::Style: tab = new DxDbTextStyleTable(); recCls = DxDbTextStyleTableRecord::desc(); break;
+        case Table::DimStyle: tab = new DxDbDimStyleTable(); recCls = DxDbDimStyleTableRecord::desc(); break;
+        case Table::Block: tab = new DxDbBlockTable(); recCls = DxDbBlockTableRecord::desc(); break;
+        case Table::AppId: tab = new DxDbRegAppTable(); recCls = DxDbRegAppTableRecord::desc(); break;
+        case Table::Ucs: tab = new DxDbUCSTable(); recCls = DxDbUCSTableRecord::desc(); break;
+        case Table::View: tab = new DxDbViewTable(); recCls = DxDbViewTableRecord::desc(); break;
+        case Table::Vport: tab = new DxDbViewportTable(); recCls = DxDbViewportTableRecord::desc(); break;
+        default: break;
+      }
+      Access::tableName(*tab) = std::string(name);
+      Access::recordClass(*tab) = recCls;
+      rec.hasOwner = false;
+      Stub* s = rec.hasHandle && !m_db.stubFor(rec.handle)->obj ? m_db.stubFor(rec.handle) : m_db.newStub();
+      m_db.tables[size_t(current)] = m_db.attach(tab, s);
+      Access::xdict(*tab) = rec.xdict;
+      applyTags(*tab, *schemaOf(*tab), rec.tags, m_ctx);
+      continue;
+    }
+    if (current == Table::None) continue;
+    DxDbObject* o = makeObject(rec, false);
+    auto* r = DxRxObject::cast<DxDbSymbolTableRecord>(o);
+    if (!r) {
+      return fail("unexpected '" + rec.type + "' in a table");
+    }
+    applyTags(*o, *schemaOf(*o), rec.tags, m_ctx);
+    DxDbSymbolTable* tab = m_db.table(current);
+    Access::owner(*o) = tab->objectId();
+    Access::records(*tab).push_back(o->objectId());
+    Access::index(*tab).emplace(upperKey(r->getName()), o->objectId());
+    if (current == Table::Block) {
+      std::string key = upperKey(r->getName());
+      if (key == "*MODEL_SPACE") m_db.modelSpace = o->objectId();
+      else if (key == "*PAPER_SPACE") m_db.paperSpace = o->objectId();
+    }
+    if (current == Table::Layer && r->getName() == "0") m_db.layerZero = o->objectId();
+  }
+  return fail("unexpected end of file in TABLES");
+}
+
+bool Reader::readBlocks() {
+  m_db.ensureTables();
+  dxf::Tag t;
+  Record rec;
+  while (nextTag(t)) {
+    if (t.code != 0) return fail("expected BLOCK, found group " + std::to_string(t.code));
+    if (t.text == "ENDSEC") return true;
+    rec.type = t.text;
+    if (!readRecord(rec)) return false;
+    if (rec.type != "BLOCK") return fail("expected BLOCK, found '" + rec.type + "'");
+    std::string name(rec.text(2));
+    if (name.empty()) name = std::string(rec.text(3));
+    std::string key = upperKey(name);
+    if (key == "$MODEL_SPACE") name = "*Model_Space";
+    if (key == "$PAPER_SPACE") name = "*Paper_Space";
+    DxDbObjectId btrId = btrOf(rec.owner);
+    if (btrId.isNull()) btrId = m_db.recordId(Table::Block, name);
+    if (btrId.isNull()) {
+      auto* btr = new DxDbBlockTableRecord();
+      Access::name(*btr) = name;
+      btrId = m_db.addRecord(Table::Block, btr);
+    }
+    auto* btr = static_cast<DxDbBlockTableRecord*>(btrId.stub()->obj);
+    if (!Access::blockBegin(*btr).isNull()) {
+      // A second definition of the same block: its entities join the first.
+    }
+    rec.hasOwner = false;
+    DxDbObject* begin = makeObject(rec, true);
+    Access::owner(*begin) = btrId;
+    applyTags(*begin, *schemaOf(*begin), rec.tags, m_ctx);
+    if (static_cast<DxDbEntity*>(begin)->layerId().isNull())
+      static_cast<DxDbEntity*>(begin)->setLayer(m_db.layerZero);
+    Access::blockBegin(*btr) = begin->objectId();
+    // Entities up to ENDBLK.
+    while (true) {
+      if (!nextTag(t)) return fail("unexpected end of file in block '" + name + "'");
+      if (t.code != 0) return fail("expected an entity, found group " + std::to_string(t.code));
+      rec.type = t.text;
+      if (!readRecord(rec)) return false;
+      if (rec.type == "ENDBLK") {
+        finishSequence();
+        rec.hasOwner = false;
+        DxDbObject* end = makeObject(rec, true);
+        Access::owner(*end) = btrId;
+        applyTags(*end, *schemaOf(*end), rec.tags, m_ctx);
+        if (static_cast<DxDbEntity*>(end)->layerId().isNull())
+          static_cast<DxDbEntity*>(end)->setLayer(m_db.layerZero);
+        Access::blockEnd(*btr) = end->objectId();
+        break;
+      }
+      if (rec.type == "ENDSEC") return fail("block '" + name + "' without ENDBLK");
+      makeEntity(rec, btrId);
+    }
+  }
+  return fail("unexpected end of file in BLOCKS");
+}
+
+bool Reader::readEntities(DxDbObjectId, Record*, const char*) {
+  m_db.ensureTables();
+  dxf::Tag t;
+  Record rec;
+  while (nextTag(t)) {
+    if (t.code != 0) return fail("expected an entity, found group " + std::to_string(t.code));
+    if (t.text == "ENDSEC") {
+      finishSequence();
+      return true;
+    }
+    rec.type = t.text;
+    if (!readRecord(rec)) return false;
+    makeEntity(rec, {});
+  }
+  return fail("unexpected end of file in ENTITIES");
+}
+
+bool Reader::readObjects() {
+  dxf::Tag t;
+  Record rec;
+  while (nextTag(t)) {
+    if (t.code != 0) return fail("expected an object, found group " + std::to_string(t.code));
+    if (t.text == "ENDSEC") return true;
+    rec.type = t.text;
+    if (!readRecord(rec)) return false;
+    DxDbObject* o = makeObject(rec, false);
+    applyTags(*o, *schemaOf(*o), rec.tags, m_ctx);
+    if (m_db.rootDict.isNull() && DxRxObject::cast<DxDbDictionary>(o)) m_db.rootDict = o->objectId();
+    m_db.objectsOrder.push_back(o->objectId());
+  }
+  return fail("unexpected end of file in OBJECTS");
+}
+
+}  // namespace
+
+bool readDxf(DatabaseImpl& db, std::string data, std::string& error) {
+  ensureSchemas();
+  if (data.size() >= 6 && data.compare(0, 4, "AC10") == 0 && data.find('\0') < 64) {
+    error = "this is a DWG file; the host reads DXF drawings";
+    return false;
+  }
+  auto rd = dxf::TagReader::fromBuffer(std::move(data), error);
+  if (!rd) return false;
+  Reader r(db, *rd);
+  return r.run(error);
+}
+
+}  // namespace dx::db

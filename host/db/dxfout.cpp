@@ -1,0 +1,207 @@
+// Writing a database as DXF.
+#include "host/db/database_impl.h"
+
+namespace dx::db {
+namespace {
+
+class DxfSink : public Sink {
+ public:
+  explicit DxfSink(dxf::TagWriter& w) : m_w(w) {}
+  void str(int code, std::string_view s) override { m_w.str(code, s); }
+  void real(int code, double v) override { m_w.real(code, v); }
+  void integer(int code, int64_t v) override { m_w.integer(code, v); }
+  void point(int code, const double* p, int dims) override {
+    if (dims == 2) m_w.point2(code, p[0], p[1]);
+    else m_w.point(code, p[0], p[1], p[2]);
+  }
+  void ref(int code, DxDbObjectId id) override {
+    Stub* s = id.stub();
+    m_w.handle(code, (s && !s->erased) ? s->handle : 0);
+  }
+  void xtag(const XTag& t) override {
+    if (t.isRef) {
+      Stub* s = t.ref;
+      m_w.handle(t.code, (s && !s->erased) ? s->handle : 0);
+      return;
+    }
+    if (t.dims) {
+      point(t.code, t.v, t.dims);
+      return;
+    }
+    switch (t.kind) {
+      case dxf::Kind::Double: m_w.real(t.code, t.v[0]); break;
+      case dxf::Kind::Int16:
+      case dxf::Kind::Int32:
+      case dxf::Kind::Int64:
+      case dxf::Kind::Bool: m_w.integer(t.code, t.i); break;
+      default: m_w.str(t.code, t.s); break;
+    }
+  }
+
+ private:
+  dxf::TagWriter& m_w;
+};
+
+const Table kTableOrder[] = {Table::Vport, Table::Linetype, Table::Layer, Table::Style, Table::View,
+                             Table::Ucs,   Table::AppId,    Table::DimStyle, Table::Block};
+
+DxDbObject* objOf(DxDbObjectId id) {
+  Stub* s = id.stub();
+  return s && s->obj && !s->erased ? s->obj : nullptr;
+}
+
+class Writer {
+ public:
+  Writer(const DatabaseImpl& db, Ver v, dxf::TagWriter& w) : m_db(db), m_w(w), m_sink(w) {
+    m_sink.version = v;
+  }
+
+  void run() {
+    header();
+    if (!m_db.classes.empty()) {
+      section("CLASSES");
+      for (const auto& c : m_db.classes) {
+        m_w.str(0, "CLASS");
+        for (const XTag& t : c) m_sink.xtag(t);
+      }
+      endsec();
+    }
+    section("TABLES");
+    for (Table t : kTableOrder) table(t);
+    endsec();
+    section("BLOCKS");
+    blocks();
+    endsec();
+    section("ENTITIES");
+    entitiesOf(m_db.modelSpace);
+    entitiesOf(m_db.paperSpace);
+    endsec();
+    section("OBJECTS");
+    if (DxDbObject* root = objOf(m_db.rootDict)) emitObject(*root, m_sink);
+    for (const DxDbObjectId& id : m_db.objectsOrder)
+      if (id != m_db.rootDict)
+        if (DxDbObject* o = objOf(id)) emitObject(*o, m_sink);
+    endsec();
+    for (const auto& sec : m_db.trailingSections) {
+      m_w.str(0, "SECTION");
+      for (const XTag& t : sec) m_sink.xtag(t);
+      endsec();
+    }
+    m_w.str(0, "EOF");
+  }
+
+ private:
+  void section(const char* name) {
+    m_w.str(0, "SECTION");
+    m_w.str(2, name);
+  }
+  void endsec() { m_w.str(0, "ENDSEC"); }
+
+  void header() {
+    section("HEADER");
+    m_w.str(9, "$ACADVER");
+    m_w.str(1, acadFromVer(m_sink.version));
+    bool wroteSeed = false, wroteCp = false;
+    for (const HeaderVar& v : m_db.header) {
+      if (v.name == "$ACADVER") continue;
+      m_w.str(9, v.name);
+      if (v.name == "$HANDSEED") {
+        m_w.handle(5, m_db.handseed());
+        wroteSeed = true;
+        continue;
+      }
+      if (v.name == "$DWGCODEPAGE") {
+        m_w.str(3, "ANSI_1252");
+        wroteCp = true;
+        continue;
+      }
+      for (const XTag& t : v.tags) {
+        XTag c = t;
+        c.isRef = false;
+        m_sink.xtag(c);
+      }
+    }
+    if (!wroteCp) {
+      m_w.str(9, "$DWGCODEPAGE");
+      m_w.str(3, "ANSI_1252");
+    }
+    if (!wroteSeed) {
+      m_w.str(9, "$HANDSEED");
+      m_w.handle(5, m_db.handseed());
+    }
+    endsec();
+  }
+
+  void table(Table t) {
+    const DxDbSymbolTable* tab = m_db.table(t);
+    if (!tab) return;
+    emitObject(*tab, m_sink);
+    for (const DxDbObjectId& id : Access::records(const_cast<DxDbSymbolTable&>(*tab)))
+      if (DxDbObject* r = objOf(id)) emitObject(*r, m_sink);
+    m_w.str(0, "ENDTAB");
+  }
+
+  void entity(const DxDbObject& e) {
+    emitObject(e, m_sink);
+    if (auto* ins = DxRxObject::cast<DxDbBlockReference>(&e)) {
+      auto& b = const_cast<DxDbBlockReference&>(*ins);
+      if (Access::attribs(b).empty()) return;
+      for (const auto& id : Access::attribs(b))
+        if (DxDbObject* a = objOf(id)) emitObject(*a, m_sink);
+      seqend(Access::seqend(b), e);
+    } else if (auto* pl = DxRxObject::cast<DxDbPolylineHeavy>(&e)) {
+      auto& p = const_cast<DxDbPolylineHeavy&>(*pl);
+      for (const auto& id : Access::vertices(p))
+        if (DxDbObject* v = objOf(id)) emitObject(*v, m_sink);
+      seqend(Access::seqend(p), e);
+    }
+  }
+
+  void seqend(DxDbObjectId id, const DxDbObject& parent) {
+    if (DxDbObject* s = objOf(id)) {
+      emitObject(*s, m_sink);
+      return;
+    }
+    // No end marker object (should not happen): write one owned by the parent.
+    m_w.str(0, "SEQEND");
+    m_w.handle(5, 0);
+    m_w.handle(330, parent.getDbHandle().value());
+    m_w.str(100, "AcDbEntity");
+    m_w.str(8, "0");
+  }
+
+  void entitiesOf(DxDbObjectId btrId) {
+    auto* btr = DxRxObject::cast<DxDbBlockTableRecord>(objOf(btrId));
+    if (!btr) return;
+    for (const DxDbObjectId& id : Access::entities(*btr))
+      if (DxDbObject* e = objOf(id)) entity(*e);
+  }
+
+  void blocks() {
+    const DxDbSymbolTable* tab = m_db.table(Table::Block);
+    if (!tab) return;
+    for (const DxDbObjectId& id : Access::records(const_cast<DxDbSymbolTable&>(*tab))) {
+      auto* btr = DxRxObject::cast<DxDbBlockTableRecord>(objOf(id));
+      if (!btr) continue;
+      if (DxDbObject* b = objOf(Access::blockBegin(*btr))) emitObject(*b, m_sink);
+      if (id != m_db.modelSpace && id != m_db.paperSpace)
+        for (const DxDbObjectId& eid : Access::entities(*btr))
+          if (DxDbObject* e = objOf(eid)) entity(*e);
+      if (DxDbObject* e = objOf(Access::blockEnd(*btr))) emitObject(*e, m_sink);
+    }
+  }
+
+  const DatabaseImpl& m_db;
+  dxf::TagWriter& m_w;
+  DxfSink m_sink;
+};
+
+}  // namespace
+
+void writeDxf(const DatabaseImpl& db, Ver version, dxf::TagWriter& w) {
+  ensureSchemas();
+  w.setEscapeNonAscii(version < Ver::R2007);
+  Writer(db, version, w).run();
+}
+
+}  // namespace dx::db

@@ -1,0 +1,524 @@
+// Entity lists: the group-code view of objects (get, make, modify, delete, walk).
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <unordered_map>
+
+#include "host/db/database_impl.h"
+
+using namespace dx::db;
+
+namespace {
+
+DxDbObject* objOf(DxDbObjectId id) {
+  Stub* s = id.stub();
+  return s && s->obj ? s->obj : nullptr;
+}
+
+DatabaseImpl* workingDb() {
+  DxDbDatabase* db = dxdbHostApplicationServices()->workingDatabase();
+  return db ? db->impl() : nullptr;
+}
+
+char* dup(std::string_view s) {
+  char* d = static_cast<char*>(std::malloc(s.size() + 1));
+  std::memcpy(d, s.data(), s.size());
+  d[s.size()] = 0;
+  return d;
+}
+
+class ListSink : public Sink {
+ public:
+  ListSink() { entityList = true; }
+  resbuf* head = nullptr;
+  resbuf* tail = nullptr;
+  void push(resbuf* rb) {
+    (tail ? tail->rbnext : head) = rb;
+    tail = rb;
+  }
+  void str(int code, std::string_view s) override {
+    resbuf* rb = dxutNewRb(code);
+    rb->resval.rstring = dup(s);
+    push(rb);
+  }
+  void real(int code, double v) override {
+    resbuf* rb = dxutNewRb(code);
+    rb->resval.rreal = v;
+    push(rb);
+  }
+  void integer(int code, int64_t v) override {
+    resbuf* rb = dxutNewRb(code);
+    switch (dxutGroupCodeType(code)) {
+      case RTSHORT: rb->resval.rint = short(v); break;
+      case RTLONG: rb->resval.rlong = int32_t(v); break;
+      case RTINT64: rb->resval.rlong64 = v; break;
+      case RTREAL: rb->resval.rreal = double(v); break;
+      default: rb->resval.rlong64 = v; break;
+    }
+    push(rb);
+  }
+  void point(int code, const double* p, int dims) override {
+    resbuf* rb = dxutNewRb(code);
+    rb->resval.rpoint[0] = p[0];
+    rb->resval.rpoint[1] = p[1];
+    rb->resval.rpoint[2] = dims == 3 ? p[2] : 0.0;
+    push(rb);
+  }
+  void ref(int code, DxDbObjectId id) override {
+    resbuf* rb = dxutNewRb(code);
+    dxdbIdToName(rb->resval.rlname, id);
+    push(rb);
+  }
+  void xtag(const XTag& t) override {
+    if (t.isRef) return ref(t.code, DxDbObjectId(t.ref));
+    if (t.dims) return point(t.code, t.v, t.dims);
+    switch (t.kind) {
+      case dx::dxf::Kind::Double: return real(t.code, t.v[0]);
+      case dx::dxf::Kind::Int16:
+      case dx::dxf::Kind::Int32:
+      case dx::dxf::Kind::Int64:
+      case dx::dxf::Kind::Bool: return integer(t.code, t.i);
+      default: return str(t.code, t.s);
+    }
+  }
+};
+
+// A chain as the groups the schema engine takes.
+struct ListTags {
+  std::vector<InTag> tags;
+  std::vector<std::string> strings;
+  std::string type;
+  DxDbObjectId ename;
+  bool hasXData = false;
+
+  explicit ListTags(const resbuf* list) {
+    size_t n = 0;
+    for (const resbuf* rb = list; rb; rb = rb->rbnext) ++n;
+    strings.reserve(n);
+    bool inXData = false;
+    for (const resbuf* rb = list; rb; rb = rb->rbnext) {
+      int code = rb->restype;
+      if (code == -1) {
+        dxdbGetObjectId(ename, rb->resval.rlname);
+        continue;
+      }
+      if (code == -3) {
+        inXData = hasXData = true;
+        continue;
+      }
+      if (code == 0) {
+        type = rb->resval.rstring ? rb->resval.rstring : "";
+        continue;
+      }
+      if (code < 0 || code == 5 || code == 105) continue;
+      if (!inXData && code == 330 && tags.empty()) continue;  // the owner is the host's to set
+      InTag t;
+      t.code = code;
+      t.kind = dx::dxf::kindOf(code);
+      switch (dxutGroupCodeType(code)) {
+        case RTREAL: t.real = rb->resval.rreal; break;
+        case RTSHORT: t.integer = rb->resval.rint; break;
+        case RTLONG: t.integer = rb->resval.rlong; break;
+        case RTINT64: t.integer = rb->resval.rlong64; break;
+        case RT3DPOINT:
+        case RTPOINT:
+          t.dims = 3;
+          std::copy(rb->resval.rpoint, rb->resval.rpoint + 3, t.pt);
+          t.real = t.pt[0];
+          break;
+        case RTENAME:
+          t.isRef = true;
+          dxdbGetObjectId(t.id, rb->resval.rlname);
+          break;
+        default:
+          strings.emplace_back(rb->resval.rstring ? rb->resval.rstring : "");
+          t.text = strings.back();
+          break;
+      }
+      tags.push_back(t);
+    }
+  }
+};
+
+Table tableOfRecordType(std::string_view type) {
+  if (type == "LAYER") return Table::Layer;
+  if (type == "LTYPE") return Table::Linetype;
+  if (type == "STYLE") return Table::Style;
+  if (type == "DIMSTYLE") return Table::DimStyle;
+  if (type == "APPID") return Table::AppId;
+  if (type == "UCS") return Table::Ucs;
+  if (type == "VIEW") return Table::View;
+  if (type == "VPORT") return Table::Vport;
+  if (type == "BLOCK") return Table::Block;
+  return Table::None;
+}
+
+DxRxClass* classForList(const ListTags& lt) {
+  if (lt.type == "DIMENSION") {
+    for (const InTag& t : lt.tags)
+      if (t.code == 100 && t.text == "AcDbRotatedDimension") return DxDbRotatedDimension::desc();
+    for (const InTag& t : lt.tags)
+      if (t.code == 100 && t.text == "AcDbAlignedDimension") return DxDbAlignedDimension::desc();
+    for (const InTag& t : lt.tags)
+      if (t.code == 70) return (t.integer & 7) == 1 ? DxDbAlignedDimension::desc() : DxDbRotatedDimension::desc();
+    return DxDbRotatedDimension::desc();
+  }
+  return classForDxfName(lt.type);
+}
+
+void setXData(DxDbObject& o, const ListTags& lt) {
+  auto& xd = Access::extrasMut(o).xdata;
+  xd.clear();
+  bool in = false;
+  for (const InTag& t : lt.tags) {
+    if (t.code == 1001) in = true;
+    if (in && t.code >= 1000) xd.push_back(XTag::from(t));
+  }
+}
+
+std::vector<InTag> withoutXData(const ListTags& lt) {
+  std::vector<InTag> v;
+  for (const InTag& t : lt.tags)
+    if (t.code < 1000) v.push_back(t);
+  return v;
+}
+
+// Application names of extended data: "*" takes all, otherwise a case-insensitive name
+// with '*' wildcards.
+bool appMatches(const char* name, const char* pat) {
+  if (!*pat) return !*name;
+  if (*pat == '*') return appMatches(name, pat + 1) || (*name && appMatches(name + 1, pat));
+  return *name && std::toupper((unsigned char)*name) == std::toupper((unsigned char)*pat) &&
+         appMatches(name + 1, pat + 1);
+}
+
+// Position cache of the entity walk, so that walking a space is linear.
+struct WalkHint {
+  const void* btr = nullptr;
+  size_t index = 0;
+};
+WalkHint g_hint;
+
+}  // namespace
+
+resbuf* dxdbEntGet(const dx_name ent, const resbuf* apps) {
+  DxDbObjectId id;
+  if (dxdbGetObjectId(id, ent) != Dxad::eOk) return nullptr;
+  DxDbObject* o = objOf(id);
+  if (!o || id.isErased()) return nullptr;
+  ListSink sink;
+  resbuf* first = dxutNewRb(-1);
+  dxdbIdToName(first->resval.rlname, id);
+  sink.push(first);
+  emitObject(*o, sink, false);
+  if (apps) {
+    const ObjectExtras* ex = Access::extras(static_cast<const DxDbObject&>(*o));
+    if (ex && !ex->xdata.empty()) {
+      sink.push(dxutNewRb(-3));
+      bool take = false;
+      for (const XTag& t : ex->xdata) {
+        if (t.code == 1001) {
+          take = false;
+          for (const resbuf* a = apps; a; a = a->rbnext)
+            if (a->resval.rstring && appMatches(t.s.c_str(), a->resval.rstring)) take = true;
+        }
+        if (take) sink.xtag(t);
+      }
+      if (sink.tail->restype == -3) {
+        // No application matched: no -3 group.
+        resbuf* r = sink.head;
+        while (r->rbnext != sink.tail) r = r->rbnext;
+        dxutRelRb(sink.tail);
+        r->rbnext = nullptr;
+        sink.tail = r;
+      }
+    }
+  }
+  return sink.head;
+}
+
+int dxdbEntMake(const resbuf* list) {
+  DatabaseImpl* db = workingDb();
+  if (!db || !list) return RTERROR;
+  ListTags lt(list);
+  if (lt.type.empty()) return RTERROR;
+  DxRxClass* cls = classForList(lt);
+  if (!cls || !cls->create()) return RTERROR;
+  const ClassSchema* sc = schemaOf(cls);
+  Table table = sc->isEntity ? Table::None : tableOfRecordType(lt.type);
+  if (!sc->isEntity && table == Table::None) return RTERROR;
+  auto* o = static_cast<DxDbObject*>(cls->create());
+  LoadContext ctx;
+  ctx.db = db;
+  ctx.fromEntityList = true;
+  applyTags(*o, *sc, withoutXData(lt), ctx, false);
+  if (lt.hasXData) setXData(*o, lt);
+  if (table != Table::None) {
+    auto* rec = static_cast<DxDbSymbolTableRecord*>(o);
+    DxDbSymbolTable* tab = nullptr;
+    if (rec->getName().empty() || dxdbOpenObject(tab, db->tables[size_t(table)], DxDb::kForWrite) != Dxad::eOk) {
+      delete o;
+      return RTERROR;
+    }
+    DxDbObjectId id;
+    Dxad::ErrorStatus es = tab->add(id, rec);
+    tab->close();
+    if (es != Dxad::eOk) {
+      delete o;
+      return RTERROR;
+    }
+    rec->close();
+    return RTNORM;
+  }
+  auto* ent = static_cast<DxDbEntity*>(o);
+  // Required geometry: an entity list without its defining points is refused.
+  bool hasPoint = false;
+  for (const InTag& t : lt.tags) hasPoint |= t.dims != 0;
+  if (!hasPoint && !DxRxObject::cast<DxDbSequenceEnd>(ent)) {
+    delete o;
+    return RTERROR;
+  }
+  if (ent->layerId().isNull()) Access::self<DxDbEntity>(*ent).setLayer(db->owner()->clayer());
+  DxDbBlockTableRecord* btr = nullptr;
+  if (dxdbOpenObject(btr, db->currentSpace, DxDb::kForWrite) != Dxad::eOk) {
+    delete o;
+    return RTERROR;
+  }
+  DxDbObjectId id;
+  Dxad::ErrorStatus es = btr->appendDxDbEntity(id, ent);
+  btr->close();
+  if (es != Dxad::eOk) {
+    delete o;
+    return RTERROR;
+  }
+  ent->close();
+  return RTNORM;
+}
+
+int dxdbEntMod(const resbuf* list) {
+  if (!list) return RTERROR;
+  ListTags lt(list);
+  DxDbObject* o = nullptr;
+  if (dxdbOpenObject(o, lt.ename, DxDb::kForWrite) != Dxad::eOk) return RTERROR;
+  const ClassSchema* sc = schemaOf(*o);
+  if (!sc) {
+    o->close();
+    return RTERROR;
+  }
+  LoadContext ctx;
+  ctx.db = Access::stub(*o)->db;
+  ctx.fromEntityList = true;
+  // A changed layer must exist; a CAD host refuses the list otherwise.
+  for (const InTag& t : lt.tags)
+    if (t.code == 8 && sc->isEntity && ctx.db->recordId(Table::Layer, t.text).isNull() && t.text.empty()) {
+      o->close();
+      return RTERROR;
+    }
+  applyTags(*o, *sc, withoutXData(lt), ctx, false);
+  if (lt.hasXData) setXData(*o, lt);
+  o->close();
+  return RTNORM;
+}
+
+int dxdbEntDel(const dx_name ent) {
+  DxDbObjectId id;
+  if (dxdbGetObjectId(id, ent) != Dxad::eOk) return RTERROR;
+  DxDbObject* o = nullptr;
+  if (dxdbOpenObject(o, id, DxDb::kForWrite, true) != Dxad::eOk) return RTERROR;
+  if (!DxRxObject::cast<DxDbEntity>(o)) {
+    o->close();
+    return RTERROR;
+  }
+  Dxad::ErrorStatus es = o->erase(!o->isErased());
+  o->close();
+  return es == Dxad::eOk ? RTNORM : RTERROR;
+}
+
+int dxdbEntLast(dx_name result) {
+  DatabaseImpl* db = workingDb();
+  if (!db) return RTERROR;
+  auto* btr = DxRxObject::cast<DxDbBlockTableRecord>(objOf(db->currentSpace));
+  if (!btr) return RTERROR;
+  auto& ents = Access::entities(*btr);
+  for (size_t i = ents.size(); i-- > 0;)
+    if (!ents[i].isErased() && ents[i].isValid()) {
+      dxdbIdToName(result, ents[i]);
+      g_hint = {btr, i};
+      return RTNORM;
+    }
+  return RTERROR;
+}
+
+int dxdbEntNext(const dx_name ent, dx_name result) {
+  DatabaseImpl* db = workingDb();
+  if (!db) return RTERROR;
+  auto* btr = DxRxObject::cast<DxDbBlockTableRecord>(objOf(db->currentSpace));
+  if (!btr) return RTERROR;
+  auto& ents = Access::entities(*btr);
+  size_t start = 0;
+  DxDbObjectId id;
+  if (ent && (ent[0] || ent[1])) {
+    dxdbGetObjectId(id, ent);
+    DxDbObject* o = objOf(id);
+    if (!o) return RTERROR;
+    // Sub-entities: the next attribute or vertex, then the end marker, then on.
+    if (auto* parent = objOf(o->ownerId()); parent && !DxRxObject::cast<DxDbBlockTableRecord>(parent)) {
+      const DxDbObjectIdArray* subs = nullptr;
+      DxDbObjectId end;
+      if (auto* ins = DxRxObject::cast<DxDbBlockReference>(parent)) {
+        subs = &Access::attribs(*ins);
+        end = Access::seqend(*ins);
+      } else if (auto* pl = DxRxObject::cast<DxDbPolylineHeavy>(parent)) {
+        subs = &Access::vertices(*pl);
+        end = Access::seqend(*pl);
+      }
+      if (subs && id != end) {
+        auto it = std::find(subs->begin(), subs->end(), id);
+        for (++it; it != subs->end() && it <= subs->end(); ++it)
+          if (!it->isErased()) {
+            dxdbIdToName(result, *it);
+            return RTNORM;
+          }
+        if (!end.isNull()) {
+          dxdbIdToName(result, end);
+          return RTNORM;
+        }
+      }
+      id = parent->objectId();
+    } else if (auto* ins = DxRxObject::cast<DxDbBlockReference>(o)) {
+      for (const auto& a : Access::attribs(*ins))
+        if (!a.isErased()) {
+          dxdbIdToName(result, a);
+          return RTNORM;
+        }
+    } else if (auto* pl = DxRxObject::cast<DxDbPolylineHeavy>(o)) {
+      for (const auto& v : Access::vertices(*pl))
+        if (!v.isErased()) {
+          dxdbIdToName(result, v);
+          return RTNORM;
+        }
+    }
+    size_t pos = ents.size();
+    if (g_hint.btr == btr && g_hint.index < ents.size() && ents[g_hint.index] == id) pos = g_hint.index;
+    else
+      for (size_t i = 0; i < ents.size(); ++i)
+        if (ents[i] == id) {
+          pos = i;
+          break;
+        }
+    if (pos == ents.size()) return RTERROR;
+    start = pos + 1;
+  }
+  for (size_t i = start; i < ents.size(); ++i)
+    if (!ents[i].isErased() && ents[i].isValid()) {
+      dxdbIdToName(result, ents[i]);
+      g_hint = {btr, i};
+      return RTNORM;
+    }
+  return RTERROR;
+}
+
+namespace {
+resbuf* recordList(DxDbObjectId id, Table t) {
+  DxDbObject* o = objOf(id);
+  if (!o) return nullptr;
+  if (t == Table::Block) {
+    auto* b = static_cast<DxDbBlockTableRecord*>(o);
+    ListSink sink;
+    resbuf* first = dxutNewRb(-1);
+    dxdbIdToName(first->resval.rlname, Access::blockBegin(*b));
+    sink.push(first);
+    sink.str(0, "BLOCK");
+    sink.str(2, b->getName());
+    sink.integer(70, b->blockFlags());
+    double p[3] = {b->origin().x, b->origin().y, b->origin().z};
+    sink.point(10, p, 3);
+    auto ids = b->entityIds();
+    if (!ids.empty()) sink.ref(-2, ids.front());
+    if (b->pathName()[0]) sink.str(1, b->pathName());
+    return sink.head;
+  }
+  ListSink sink;
+  resbuf* first = dxutNewRb(-1);
+  dxdbIdToName(first->resval.rlname, id);
+  sink.push(first);
+  emitObject(*o, sink, false);
+  return sink.head;
+}
+
+std::unordered_map<int, size_t> g_tblCursor;
+}  // namespace
+
+resbuf* dxdbTblSearch(const char* table, const char* sym, int setnext) {
+  DatabaseImpl* db = workingDb();
+  if (!db || !table || !sym) return nullptr;
+  Table t = tableOfRecordType(upperKey(table));
+  if (t == Table::None) return nullptr;
+  DxDbObjectId id = db->recordId(t, sym);
+  if (id.isNull()) return nullptr;
+  if (setnext) {
+    auto& recs = Access::records(*db->table(t));
+    for (size_t i = 0; i < recs.size(); ++i)
+      if (recs[i] == id) g_tblCursor[int(t)] = i + 1;
+  }
+  return recordList(id, t);
+}
+
+resbuf* dxdbTblNext(const char* table, int rewind) {
+  DatabaseImpl* db = workingDb();
+  if (!db || !table) return nullptr;
+  Table t = tableOfRecordType(upperKey(table));
+  if (t == Table::None) return nullptr;
+  size_t& cur = g_tblCursor[int(t)];
+  if (rewind) cur = 0;
+  auto& recs = Access::records(*db->table(t));
+  while (cur < recs.size()) {
+    DxDbObjectId id = recs[cur++];
+    if (!id.isErased() && id.isValid()) return recordList(id, t);
+  }
+  return nullptr;
+}
+
+int dxdbTblObjName(const char* table, const char* sym, dx_name result) {
+  DatabaseImpl* db = workingDb();
+  if (!db || !table || !sym) return RTERROR;
+  Table t = tableOfRecordType(upperKey(table));
+  if (t == Table::None) return RTERROR;
+  DxDbObjectId id = db->recordId(t, sym);
+  if (id.isNull()) return RTERROR;
+  dxdbIdToName(result, id);
+  return RTNORM;
+}
+
+int dxdbHandEnt(const char* handle, dx_name result) {
+  DatabaseImpl* db = workingDb();
+  if (!db || !handle) return RTERROR;
+  Stub* s = db->findStub(DxDbHandle(handle).value());
+  if (!s || !s->obj || s->erased) return RTERROR;
+  dxdbIdToName(result, DxDbObjectId(s));
+  return RTNORM;
+}
+
+int dxdbWcs2Ecs(const double* p, double* q, const double* norm, bool isVector) {
+  DxGeMatrix3d m = DxGeMatrix3d::worldToPlane(DxGeVector3d(norm[0], norm[1], norm[2]));
+  if (isVector) {
+    DxGeVector3d v = m * DxGeVector3d(p[0], p[1], p[2]);
+    q[0] = v.x, q[1] = v.y, q[2] = v.z;
+  } else {
+    DxGePoint3d v = m * DxGePoint3d(p[0], p[1], p[2]);
+    q[0] = v.x, q[1] = v.y, q[2] = v.z;
+  }
+  return RTNORM;
+}
+
+int dxdbEcs2Wcs(const double* p, double* q, const double* norm, bool isVector) {
+  DxGeMatrix3d m = DxGeMatrix3d::planeToWorld(DxGeVector3d(norm[0], norm[1], norm[2]));
+  if (isVector) {
+    DxGeVector3d v = m * DxGeVector3d(p[0], p[1], p[2]);
+    q[0] = v.x, q[1] = v.y, q[2] = v.z;
+  } else {
+    DxGePoint3d v = m * DxGePoint3d(p[0], p[1], p[2]);
+    q[0] = v.x, q[1] = v.y, q[2] = v.z;
+  }
+  return RTNORM;
+}

@@ -1,0 +1,269 @@
+// The schema engine: applying groups to objects and emitting them again.
+#include "host/db/schema.h"
+
+#include <algorithm>
+#include <mutex>
+#include <unordered_map>
+
+#include "host/db/database_impl.h"
+
+namespace dx::db {
+
+static const char* const kAcad[] = {"AC1009", "AC1014", "AC1015", "AC1018",
+                                    "AC1021", "AC1024", "AC1027", "AC1032"};
+
+Ver verFromAcad(std::string_view v) {
+  for (int i = 7; i >= 0; --i)
+    if (v >= kAcad[i]) return Ver(i);
+  return Ver::R12;
+}
+const char* acadFromVer(Ver v) { return kAcad[int(v)]; }
+
+Ver verFromDwgVersion(DxDbDwgVersion v) {
+  switch (v) {
+    case DxDb::kDHL_1014: return Ver::R14;
+    case DxDb::kDHL_1015: return Ver::R2000;
+    case DxDb::kDHL_1018: return Ver::R2004;
+    case DxDb::kDHL_1021: return Ver::R2007;
+    case DxDb::kDHL_1024: return Ver::R2010;
+    case DxDb::kDHL_1027: return Ver::R2013;
+    default: return Ver::R2018;
+  }
+}
+
+XTag XTag::from(const InTag& t) {
+  XTag x;
+  x.code = int16_t(t.code);
+  x.kind = t.kind;
+  x.dims = t.dims;
+  x.isRef = t.isRef;
+  if (t.dims) {
+    std::copy(t.pt, t.pt + 3, x.v);
+  } else if (t.kind == dxf::Kind::Double) {
+    x.v[0] = t.real;
+  } else {
+    x.i = t.integer;
+  }
+  if (t.isRef) x.ref = t.id.stub();
+  else x.s.assign(t.text.data(), t.text.size());
+  return x;
+}
+
+InTag XTag::view() const {
+  InTag t;
+  t.code = code;
+  t.kind = kind;
+  t.dims = dims;
+  t.isRef = isRef;
+  if (dims) std::copy(v, v + 3, t.pt);
+  t.real = v[0];
+  t.integer = i;
+  t.text = s;
+  t.id = DxDbObjectId(ref);
+  return t;
+}
+
+void ClassSchema::finalize() {
+  for (auto& s : subclasses) {
+    s.byCode.fill(0);
+    s.catchAll = -1;
+    for (size_t i = 0; i < s.fields.size(); ++i) {
+      const FieldDef& f = s.fields[i];
+      if (f.code < 0) {
+        s.catchAll = int16_t(i);
+        continue;
+      }
+      auto put = [&](int c) {
+        if (c >= 0 && c < 1072 && !s.byCode[size_t(c)]) s.byCode[size_t(c)] = int16_t(i + 1);
+      };
+      put(f.code);
+      for (int c : f.more) put(c);
+    }
+  }
+}
+
+namespace {
+std::unordered_map<const DxRxClass*, const ClassSchema*>& schemaMap() {
+  static std::unordered_map<const DxRxClass*, const ClassSchema*> m;
+  return m;
+}
+}  // namespace
+
+const ClassSchema* schemaOf(const DxRxClass* cls) {
+  for (const DxRxClass* c = cls; c; c = c->myParent())
+    if (c->schema) return c->schema;
+  return nullptr;
+}
+
+const ClassSchema* schemaOf(const DxDbObject& o) { return schemaOf(o.isA()); }
+
+DxDbObjectId LoadContext::resolveName(Table t, std::string_view name, bool create) {
+  if (name.empty() || !db) return {};
+  DxDbObjectId id = db->recordId(t, name);
+  if (!id.isNull() || !create || !db->table(t)) return id;
+  // A name the tables lack: a CAD host adds the record rather than lose the reference.
+  DxDbSymbolTableRecord* rec = nullptr;
+  switch (t) {
+    case Table::Layer: rec = new DxDbLayerTableRecord(); break;
+    case Table::Linetype: rec = new DxDbLinetypeTableRecord(); break;
+    case Table::Style: rec = new DxDbTextStyleTableRecord(); break;
+    case Table::DimStyle: rec = new DxDbDimStyleTableRecord(); break;
+    case Table::Block: rec = new DxDbBlockTableRecord(); break;
+    case Table::AppId: rec = new DxDbRegAppTableRecord(); break;
+    default: return {};
+  }
+  Access::name(*rec).assign(name.data(), name.size());
+  return db->addRecord(t, rec);
+}
+
+// ---------------------------------------------------------------------------------------
+// Applying groups
+
+namespace {
+struct RunBuilder {
+  ObjectExtras* extras = nullptr;
+  DxDbObject* obj = nullptr;
+  void add(const InTag& t, int16_t sub, int16_t after) {
+    if (!extras) extras = &Access::extrasMut(*obj);
+    auto& runs = extras->runs;
+    if (runs.empty() || runs.back().subclass != sub || runs.back().afterField != after)
+      runs.push_back({sub, after, {}});
+    runs.back().tags.push_back(XTag::from(t));
+  }
+};
+}  // namespace
+
+void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& tags,
+               LoadContext& ctx, bool keepExtras) {
+  const auto& subs = sc.subclasses;
+  bool markers = std::any_of(tags.begin(), tags.end(), [](const InTag& t) { return t.code == 100; });
+  // Filled flags per subclass and field.
+  size_t total = 0;
+  std::vector<size_t> base(subs.size());
+  for (size_t i = 0; i < subs.size(); ++i) {
+    base[i] = total;
+    total += subs[i].fields.size();
+  }
+  std::vector<uint8_t> filled(total, 0);
+  RunBuilder runs{nullptr, &o};
+  int cur = subs.empty() ? -1 : (subs[0].marker[0] == 0 ? 0 : -1);
+  int16_t lastField = -1;
+  bool unknown = false;
+
+  for (size_t k = 0; k < tags.size(); ++k) {
+    const InTag& t = tags[k];
+    if (t.code >= 1000) {
+      if (keepExtras) {
+        auto& xd = Access::extrasMut(o).xdata;
+        xd.clear();
+        for (size_t j = k; j < tags.size(); ++j) xd.push_back(XTag::from(tags[j]));
+      }
+      break;
+    }
+    if (t.code == 100 || t.code == 101) {
+      int found = -1;
+      if (t.code == 100)
+        for (int j = cur + 1; j < int(subs.size()); ++j)
+          if (subs[size_t(j)].matches(t.text)) {
+            found = j;
+            break;
+          }
+      if (found >= 0) {
+        cur = found;
+        lastField = -1;
+        unknown = false;
+        continue;
+      }
+      // A subclass the host does not model: kept whole up to the next known marker.
+      unknown = true;
+      if (keepExtras) runs.add(t, int16_t(cur), int16_t(cur >= 0 ? subs[size_t(cur)].fields.size() : -1));
+      continue;
+    }
+    if (unknown) {
+      if (keepExtras) runs.add(t, int16_t(cur), int16_t(cur >= 0 ? subs[size_t(cur)].fields.size() : -1));
+      continue;
+    }
+    int si = cur, fi = -1;
+    if (cur >= 0) fi = subs[size_t(cur)].indexOf(t.code);
+    if (fi >= 0 && filled[base[size_t(si)] + size_t(fi)] && !subs[size_t(si)].fields[size_t(fi)].repeat)
+      fi = -1;
+    if (fi < 0) {
+      // Without subclass markers (older files, entity lists) any subclass may take the
+      // group; with them, an earlier one may (some writers put text groups of an
+      // attribute after its attribute marker).
+      size_t limit = (!markers || cur < 0) ? subs.size() : size_t(cur);
+      for (size_t j = 0; j < limit; ++j) {
+        int f = subs[j].indexOf(t.code);
+        if (f >= 0 && (!filled[base[j] + size_t(f)] || subs[j].fields[size_t(f)].repeat)) {
+          si = int(j);
+          fi = f;
+          break;
+        }
+      }
+    }
+    if (fi >= 0) {
+      const FieldDef& f = subs[size_t(si)].fields[size_t(fi)];
+      ctx.firstHit = !filled[base[size_t(si)] + size_t(fi)];
+      f.set(o, t, ctx);
+      filled[base[size_t(si)] + size_t(fi)] = 1;
+      if (si == cur && f.code >= 0) lastField = int16_t(fi);
+      continue;
+    }
+    if (keepExtras) runs.add(t, int16_t(cur), lastField);
+  }
+  if (sc.afterLoad) sc.afterLoad(o, ctx);
+}
+
+// ---------------------------------------------------------------------------------------
+// Emitting groups
+
+static void emitRuns(const ObjectExtras* ex, Sink& out, int sub, int after) {
+  if (!ex) return;
+  for (const ExtraRun& r : ex->runs)
+    if (r.subclass == sub && r.afterField == after)
+      for (const XTag& t : r.tags) out.xtag(t);
+}
+
+void emitObject(const DxDbObject& o, Sink& out, bool withXData) {
+  const ClassSchema* sc = schemaOf(o);
+  if (!sc) return;
+  const ObjectExtras* ex = Access::extras(o);
+  Stub* st = Access::stub(o);
+  if (auto* u = DxRxObject::cast<DxDbUnknownEntity>(&o))
+    out.str(0, u->dxfName());
+  else if (auto* uo = DxRxObject::cast<DxDbUnknownObject>(&o))
+    out.str(0, uo->dxfName());
+  else
+    out.str(0, sc->dxfName);
+  if (auto* tab = DxRxObject::cast<DxDbSymbolTable>(&o)) out.str(2, tab->tableName());
+  if (st) out.str(sc->handleCode, DxDbHandle(st->handle).str());
+  if (ex && !ex->reactors.empty()) {
+    out.str(102, "{ACAD_REACTORS");
+    for (const DxDbObjectId& r : ex->reactors) out.ref(330, r);
+    out.str(102, "}");
+  }
+  const DxDbObjectId& xd = Access::xdict(const_cast<DxDbObject&>(o));
+  if (!xd.isNull() && !xd.isErased()) {
+    out.str(102, "{ACAD_XDICTIONARY");
+    out.ref(360, xd);
+    out.str(102, "}");
+  }
+  emitRuns(ex, out, -1, -1);
+  out.ref(330, o.ownerId());
+  for (size_t si = 0; si < sc->subclasses.size(); ++si) {
+    const SubclassDef& s = sc->subclasses[si];
+    if (s.marker[0] && out.version >= s.minVer) out.str(100, s.markerFn ? s.markerFn(o) : s.marker);
+    emitRuns(ex, out, int(si), -1);
+    for (size_t fi = 0; fi < s.fields.size(); ++fi) {
+      const FieldDef& f = s.fields[fi];
+      if (out.version >= f.minVer && f.emit && !(f.isDefault && f.isDefault(o)))
+        f.emit(o, out, f.code);
+      emitRuns(ex, out, int(si), int(fi));
+    }
+    emitRuns(ex, out, int(si), int(s.fields.size()));
+  }
+  if (withXData && ex)
+    for (const XTag& t : ex->xdata) out.xtag(t);
+}
+
+}  // namespace dx::db

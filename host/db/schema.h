@@ -1,0 +1,208 @@
+// The group-code schema of a database class: declared once per class, it drives the DXF
+// reader, the DXF writer and the entity-list functions alike.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/dxf/tags.h"
+#include "hostapi/db.h"
+
+namespace dx::db {
+
+class DatabaseImpl;
+
+// Writes of the file versions, as indexes that compare in order.
+enum class Ver : uint8_t { R12 = 0, R14, R2000, R2004, R2007, R2010, R2013, R2018 };
+Ver verFromAcad(std::string_view acadver);  // "AC1015" -> R2000
+const char* acadFromVer(Ver v);
+Ver verFromDwgVersion(DxDbDwgVersion v);
+
+// One group as it travels between a source (file, entity list) and an object. Points
+// arrive whole (dims 2 or 3); references arrive as ids.
+struct InTag {
+  int code = 0;
+  dxf::Kind kind = dxf::Kind::String;
+  double real = 0;
+  int64_t integer = 0;
+  std::string_view text;
+  double pt[3] = {0, 0, 0};
+  uint8_t dims = 0;  // 2 or 3 for a point
+  DxDbObjectId id;   // for handle codes
+  bool isRef = false;
+};
+
+// An unmodelled group kept verbatim.
+struct XTag {
+  int16_t code = 0;
+  uint8_t dims = 0;
+  dxf::Kind kind = dxf::Kind::String;
+  double v[3] = {0, 0, 0};
+  int64_t i = 0;
+  std::string s;
+  Stub* ref = nullptr;  // handle codes: the object referred to (its handle is written)
+  bool isRef = false;
+
+  static XTag from(const InTag& t);
+  InTag view() const;
+};
+
+// A run of unmodelled groups: where it stands among the modelled ones.
+struct ExtraRun {
+  int16_t subclass = -1;    // index of the subclass it follows the marker of; -1 before any
+  int16_t afterField = -1;  // index of the field it follows within the subclass; -1 at start
+  std::vector<XTag> tags;
+};
+
+struct ObjectExtras {
+  std::vector<ExtraRun> runs;
+  std::vector<XTag> xdata;  // from the first 1001 on
+  DxDbObjectIdArray reactors;
+  bool empty() const { return runs.empty() && xdata.empty() && reactors.empty(); }
+};
+
+// Receives the groups of an object: the DXF writer and the entity-list builder.
+class Sink {
+ public:
+  virtual ~Sink() = default;
+  virtual void str(int code, std::string_view s) = 0;
+  virtual void real(int code, double v) = 0;
+  virtual void integer(int code, int64_t v) = 0;
+  virtual void point(int code, const double* p, int dims) = 0;
+  virtual void ref(int code, DxDbObjectId id) = 0;
+  virtual void xtag(const XTag& t) = 0;
+  // A symbol table record referred to by name.
+  virtual void nameRef(int code, DxDbObjectId, std::string_view name) { str(code, name); }
+  Ver version = Ver::R2018;
+  bool entityList = false;  // entity lists show every group, the file omits defaults
+};
+
+struct LoadContext;
+
+using SetFn = void (*)(DxDbObject& o, const InTag& t, LoadContext& ctx);
+using EmitFn = void (*)(const DxDbObject& o, Sink& out, int code);
+using IsDefaultFn = bool (*)(const DxDbObject& o);
+
+enum class Table : uint8_t { None, Layer, Linetype, Style, DimStyle, Block, AppId, Ucs, View, Vport };
+
+struct FieldDef {
+  int code = 0;              // first code; -1 takes every group no other field takes
+  std::vector<int> more;     // further codes of a multi-group field (lists)
+  const char* name = "";
+  SetFn set = nullptr;
+  EmitFn emit = nullptr;
+  IsDefaultFn isDefault = nullptr;  // when it says true the file omits the field
+  Ver minVer = Ver::R12;
+  bool repeat = false;       // takes any number of groups (a list)
+};
+
+struct SubclassDef {
+  const char* marker = "";   // "" for groups before any subclass marker
+  // Other markers the same subclass goes by, and which one an object writes (by state).
+  std::vector<std::string_view> alts;
+  const char* (*markerFn)(const DxDbObject& o) = nullptr;
+  bool matches(std::string_view m) const {
+    if (m == marker) return true;
+    for (auto a : alts)
+      if (a == m) return true;
+    return false;
+  }
+  Ver minVer = Ver::R14;     // markers appear from R13 on
+  std::vector<FieldDef> fields;
+  std::array<int16_t, 1072> byCode{};  // code -> field index + 1 (0: none)
+  int16_t catchAll = -1;
+  int16_t indexOf(int code) const {
+    if (code >= 0 && code < 1072 && byCode[size_t(code)]) return int16_t(byCode[size_t(code)] - 1);
+    return catchAll;
+  }
+};
+
+struct ClassSchema {
+  const char* dxfName = "";
+  DxRxClass* cls = nullptr;
+  std::vector<SubclassDef> subclasses;
+  bool isEntity = false;
+  int handleCode = 5;  // DIMSTYLE records use 105
+  // Class-specific finishing after all groups were applied (derived values).
+  void (*afterLoad)(DxDbObject& o, LoadContext& ctx) = nullptr;
+  void finalize();
+};
+
+// What the reader knows while applying groups: the database, how to resolve names.
+struct LoadContext {
+  DatabaseImpl* db = nullptr;
+  Ver version = Ver::R2018;
+  bool fromEntityList = false;
+  bool firstHit = false;  // the field being set sees its first group of this object
+  std::string error;
+  DxDbObjectId resolveName(Table t, std::string_view name, bool create = true);
+};
+
+// The schema of a class (walking up to the nearest class that has one).
+const ClassSchema* schemaOf(const DxRxClass* cls);
+const ClassSchema* schemaOf(const DxDbObject& o);
+// The class for a DXF name ("LINE", "LAYER", ...); null for names the host does not model.
+DxRxClass* classForDxfName(std::string_view dxfName);
+void ensureSchemas();
+
+// Applies one object's groups (handle and owner already taken off) to it.
+void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& tags,
+               LoadContext& ctx, bool keepExtras = true);
+// Emits every group of an object, from its type name to its extended data.
+void emitObject(const DxDbObject& o, Sink& out, bool withXData = true);
+
+// Grants the schema definitions and the database core access to class internals.
+struct Access {
+  struct Defs;
+  static void defineSchemas();
+  static Stub*& stub(DxDbObject& o) { return o.m_stub; }
+  static Stub* stub(const DxDbObject& o) { return o.m_stub; }
+  static DxDbObjectId& owner(DxDbObject& o) { return o.m_owner; }
+  static DxDbObjectId& xdict(DxDbObject& o) { return o.m_xdict; }
+  static std::unique_ptr<ObjectExtras>& extras(DxDbObject& o) { return o.m_extras; }
+  static const ObjectExtras* extras(const DxDbObject& o) { return o.m_extras.get(); }
+  static ObjectExtras& extrasMut(DxDbObject& o);
+  static uint16_t& openCount(DxDbObject& o) { return o.m_openCount; }
+  static bool& openWrite(DxDbObject& o) { return o.m_openWrite; }
+
+  template <class T>
+  static T& self(DxDbObject& o) { return static_cast<T&>(o); }
+  template <class T>
+  static const T& self(const DxDbObject& o) { return static_cast<const T&>(o); }
+
+  // Internals of containers.
+  static std::vector<DxDbObjectId>& entities(DxDbBlockTableRecord& b) { return b.m_entities; }
+  static DxDbObjectId& blockBegin(DxDbBlockTableRecord& b) { return b.m_blockBegin; }
+  static DxDbObjectId& blockEnd(DxDbBlockTableRecord& b) { return b.m_blockEnd; }
+  static DxDbObjectId& layout(DxDbBlockTableRecord& b) { return b.m_layout; }
+  static int16_t& blockFlags(DxDbBlockTableRecord& b) { return b.m_blockFlags; }
+  static std::vector<DxDbObjectId>& records(DxDbSymbolTable& t) { return t.m_records; }
+  static std::map<std::string, DxDbObjectId>& index(DxDbSymbolTable& t) { return t.m_index; }
+  static std::string& tableName(DxDbSymbolTable& t) { return t.m_tableName; }
+  static DxRxClass*& recordClass(DxDbSymbolTable& t) { return t.m_recordClass; }
+  static std::string& name(DxDbSymbolTableRecord& r) { return r.m_name; }
+  static int16_t& flags(DxDbSymbolTableRecord& r) { return r.m_flags; }
+  static DxDbObjectIdArray& attribs(DxDbBlockReference& r) { return r.m_attribs; }
+  static DxDbObjectId& seqend(DxDbBlockReference& r) { return r.m_seqend; }
+  static DxDbObjectIdArray& vertices(DxDbPolylineHeavy& p) { return p.m_vertices; }
+  static DxDbObjectId& seqend(DxDbPolylineHeavy& p) { return p.m_seqend; }
+  static std::vector<std::pair<std::string, DxDbObjectId>>& items(DxDbDictionary& d) {
+    return d.m_items;
+  }
+  static int16_t& hardOwner(DxDbDictionary& d) { return d.m_hardOwner; }
+  static DxDbObjectIdArray& groupEntities(DxDbGroup& g) { return g.m_entities; }
+  static std::string& dimBlockName(DxDbDimension& d) { return d.m_blockName; }
+  static std::string& layoutName(DxDbLayout& l) { return l.m_name; }
+  static DxDbObjectId& layoutBlock(DxDbLayout& l) { return l.m_block; }
+  static int16_t& tabOrder(DxDbLayout& l) { return l.m_tabOrder; }
+  static std::string& unknownName(DxDbUnknownEntity& e) { return e.m_dxfName; }
+  static std::string& unknownName(DxDbUnknownObject& e) { return e.m_dxfName; }
+};
+
+// Case-insensitive upper-case key of a symbol name (ASCII letters only, as CAD does).
+std::string upperKey(std::string_view s);
+
+}  // namespace dx::db
