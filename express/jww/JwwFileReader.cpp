@@ -48,7 +48,7 @@ class JwwMappedFile {
 namespace {
 
 constexpr std::size_t kPageSize = 4096;
-constexpr std::size_t kReleaseStep = std::size_t{8} << 20;
+constexpr std::size_t kReleaseStep = std::size_t{2} << 20;
 
 // Smallest object in a list: class tag, head and the body of a point without symbol.
 constexpr std::size_t kMinObjectBytes = 2 + 15 + 20;

@@ -180,11 +180,11 @@ JwwDocument MakeEmptyDocument(std::uint32_t version) {
   return doc;
 }
 
-JwwDocument MakeSampleDocument(std::uint32_t version) {
+JwwDocument MakeSampleDocument(std::uint32_t version, bool fillHeader) {
   JwwDocument doc;
   doc.version = version;
   doc.memo = "試験用の図面\r\nsecond line";
-  FillHeader(doc.header, version);
+  if (fillHeader) FillHeader(doc.header, version);
   bool ext = JwwHasExtendedLayout(version);
   JwwEntitySet& e = doc.entities;
   for (std::uint32_t i = 0; i < 3; ++i) e.lines.push_back(MakeLine(i));

@@ -15,8 +15,9 @@ void FillHeader(JwwHeader& header, std::uint32_t version);
 
 // One or more records of every kind: points with and without a symbol, solids with
 // and without their own colour, dimensions, block insertions and two block
-// definitions, Japanese texts and a text longer than 255 bytes.
-JwwDocument MakeSampleDocument(std::uint32_t version);
+// definitions, Japanese texts and a text longer than 255 bytes. Without `fillHeader`
+// the header keeps its defaults (empty names), which makes the file quick to read.
+JwwDocument MakeSampleDocument(std::uint32_t version, bool fillHeader = true);
 
 // The smallest drawing of a version: default header, no records, no blocks.
 JwwDocument MakeEmptyDocument(std::uint32_t version);

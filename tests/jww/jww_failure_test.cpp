@@ -215,13 +215,13 @@ void ExpectEveryTruncationRejected(const std::vector<std::uint8_t>& bytes, std::
 }
 
 TEST(JwwTruncation, AtEveryByteOfAVersion351Drawing) {
-  ExpectEveryTruncationRejected(WithVersion(351));
+  ExpectEveryTruncationRejected(WriteOrDie(MakeSampleDocument(351, false)));
 }
 
 TEST(JwwTruncation, AtEveryByteOfAUnicodeDrawingWithLongForms) {
   JwwWriteOptions o;
   o.unicodeStrings = o.longCounts = o.longClassTags = o.longStringLengths = true;
-  ExpectEveryTruncationRejected(WriteOrDie(MakeSampleDocument(700), o), 4);
+  ExpectEveryTruncationRejected(WriteOrDie(MakeSampleDocument(700, false), o), 4);
 }
 
 class JwwFileErrors : public ::testing::Test {
