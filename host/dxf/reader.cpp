@@ -39,24 +39,26 @@ class ReaderBase : public TagReader {
  public:
   explicit ReaderBase(std::string data) : data_(std::move(data)) {}
 
-  void pushBack() override { pushedBack_ = hasLast_; }
+  // Parsing the last tag again is cheaper than keeping a copy of every tag.
+  void pushBack() override {
+    if (!hasLast_) return;
+    rewind();
+    hasLast_ = false;
+    done_ = false;
+  }
   const std::string& error() const override { return error_; }
   uint64_t size() const override { return data_.size(); }
   const std::string& acadVersion() const override { return version_; }
   const std::string& codePage() const override { return codePage_; }
 
  protected:
-  bool takePushedBack(Tag& tag) {
-    if (!pushedBack_) return false;
-    pushedBack_ = false;
-    tag = last_;
-    return true;
-  }
+  // Goes back to the start of the last tag.
+  virtual void rewind() = 0;
 
   bool fail(std::string msg) {
     error_ = std::move(msg);
     done_ = true;
-    hasLast_ = pushedBack_ = false;
+    hasLast_ = false;
     return false;
   }
 
@@ -65,7 +67,6 @@ class ReaderBase : public TagReader {
     if ((tag.kind == Kind::String || tag.kind == Kind::Comment) && text::needsDecoding(tag.text))
       decode(tag);
     if (tag.code <= 9) track(tag);
-    last_ = tag;
     hasLast_ = true;
   }
 
@@ -141,9 +142,7 @@ class ReaderBase : public TagReader {
 
   enum class Variable { Other, AcadVer, CodePage };
 
-  Tag last_;
   bool hasLast_ = false;
-  bool pushedBack_ = false;
   std::string version_ = "AC1009";
   std::string codePage_ = "ANSI_1252";
   bool oldVersion_ = true;
@@ -182,9 +181,9 @@ class AsciiReader final : public ReaderBase {
   uint64_t position() const override { return tagLine_; }
 
   bool next(Tag& tag) override {
-    if (takePushedBack(tag)) return true;
     if (done_) return false;
     const char* p = cur_;
+    tagStart_ = p;
     tagLine_ = line_;
     if (isBlank(p, end_)) {
       done_ = true;  // blank lines or padding after the last tag are not an error
@@ -239,6 +238,11 @@ class AsciiReader final : public ReaderBase {
     return true;
   }
 
+  void rewind() override {
+    cur_ = tagStart_;
+    line_ = tagLine_;
+  }
+
   bool parseCode(const char*& p, int& code) const {
     while (p < end_ && (*p == ' ' || *p == '\t')) ++p;
     bool negative = p < end_ && *p == '-';
@@ -291,6 +295,7 @@ class AsciiReader final : public ReaderBase {
   const char* end_;
   uint64_t line_ = 1;
   uint64_t tagLine_ = 0;
+  const char* tagStart_ = nullptr;
 };
 
 class BinaryReader final : public ReaderBase {
@@ -307,7 +312,6 @@ class BinaryReader final : public ReaderBase {
   uint64_t position() const override { return tagPos_; }
 
   bool next(Tag& tag) override {
-    if (takePushedBack(tag)) return true;
     if (done_) return false;
     const size_t n = data_.size();
     tagPos_ = pos_;
@@ -395,6 +399,7 @@ class BinaryReader final : public ReaderBase {
   }
 
  private:
+  void rewind() override { pos_ = tagPos_; }
   unsigned byte(size_t at) const { return static_cast<unsigned char>(data_[at]); }
   unsigned uint16(size_t at) const { return byte(at) | (byte(at + 1) << 8); }
 

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <random>
@@ -37,6 +38,21 @@ char* putCode(char* p, int c) {
 // Shortest text that reads back to the same double, always with a decimal point or
 // an exponent so that readers see a real ("1.0", not "1").
 char* putReal(char* p, char* end, double v) {
+  // Whole numbers (0.0, 1.0, 90.0) are the most common reals in drawings and need
+  // none of the shortest-digits search. -0.0 keeps its sign through to_chars.
+  if (v > -1e15 && v < 1e15 && v != 0) {
+    auto whole = static_cast<int64_t>(v);
+    if (static_cast<double>(whole) == v) {
+      p = std::to_chars(p, end, whole).ptr;
+      *p++ = '.';
+      *p++ = '0';
+      return p;
+    }
+  }
+  if (v == 0 && !std::signbit(v)) {
+    std::memcpy(p, "0.0", 3);
+    return p + 3;
+  }
   char* s = p;
   p = std::to_chars(p, end, v).ptr;
   for (char* q = s; q < p; ++q)

@@ -91,10 +91,20 @@ TEST(BinaryReader, ReportsByteOffsetsAndVersion) {
   EXPECT_EQ(r->position(), 22u);
   ASSERT_TRUE(r->next(t));
   EXPECT_EQ(r->position(), 22u + 2 + 8);  // after (0, "SECTION\0")
-  while (r->next(t)) {
-  }
+  EXPECT_EQ(t.text, "HEADER");
+  r->pushBack();
+  ASSERT_TRUE(r->next(t));
+  EXPECT_EQ(t.text, "HEADER");
+  EXPECT_EQ(r->position(), 22u + 2 + 8);
+  std::vector<OwnedTag> rest;
+  while (r->next(t)) rest.push_back({t.code, t.kind, t.real, t.integer, std::string(t.text)});
   EXPECT_EQ(r->error(), "");
+  EXPECT_EQ(rest.size(), sampleTags().size() - 2);
   EXPECT_EQ(r->acadVersion(), "AC1015");
+  r->pushBack();
+  ASSERT_TRUE(r->next(t)) << "the EOF tag can be pushed back too";
+  EXPECT_EQ(t.text, "EOF");
+  EXPECT_FALSE(r->next(t));
 }
 
 TEST(BinaryReader, EveryTruncationIsAnErrorNotACrash) {
