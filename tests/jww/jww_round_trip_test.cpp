@@ -237,6 +237,23 @@ TEST(JwwFiles, WriteThenReadThroughTheFileSystem) {
   EXPECT_EQ(writer.Error(), "Failed to write file /nonexistent-dir/x.jww !");
 }
 
+// A file of several megabytes is read in steps that hand parsed pages back; records
+// read before and after those steps, and block lists after them, must all survive.
+TEST(JwwFiles, LargeFileReadsWhole) {
+  JwwDocument doc = MakeSampleDocument(600);
+  for (std::uint32_t i = 0; i < 150000; ++i) doc.entities.lines.push_back(MakeLine(i));
+  for (std::uint32_t i = 0; i < 20000; ++i) doc.blockDefs[0].entities.texts.push_back(MakeText(i, "文字" + std::to_string(i)));
+  std::string path = ::testing::TempDir() + "jww_large.jww";
+  JwwFileWriter writer;
+  ASSERT_TRUE(writer.Write(path, doc)) << writer.Error();
+  JwwDocument read;
+  JwwFileReader reader;
+  ASSERT_TRUE(reader.Read(path, read)) << reader.Error().detail;
+  std::remove(path.c_str());
+  ExpectSameDrawing(doc, read);
+  EXPECT_EQ(read.entities.lines.capacity(), read.entities.lines.size()) << "arrays are sized once";
+}
+
 TEST(JwwDefaults, FreshDocumentHeader) {
   JwwDocument doc;
   EXPECT_EQ(doc.version, 600u);
