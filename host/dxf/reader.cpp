@@ -15,13 +15,14 @@ namespace {
 
 constexpr std::string_view kBinarySentinel{"AutoCAD Binary DXF\r\n\x1a\0", 22};
 
-// A code or value line quoted in a message: at most 40 characters, controls as '?'.
+// A code or value line quoted in a message: at most 40 characters, anything but
+// printable ASCII as '?', so that the message is one clean line whatever the file holds.
 std::string quoteLine(const char* p, const char* end) {
   const char* nl = static_cast<const char*>(std::memchr(p, '\n', end - p));
   const char* e = nl ? nl : end;
   if (e > p && e[-1] == '\r') --e;
   std::string s;
-  for (; p < e && s.size() < 40; ++p) s += (unsigned char)*p < 0x20 ? '?' : *p;
+  for (; p < e && s.size() < 40; ++p) s += *p >= 0x20 && *p < 0x7F ? *p : '?';
   if (p < e) s += "...";
   return s;
 }

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <random>
 
 #include "tag_test_util.h"
 
@@ -107,6 +108,26 @@ TEST(AsciiReader, RejectsMalformedTagsWithTheLineNumber) {
     EXPECT_EQ(r.error, c.error) << c.data;
     EXPECT_EQ(r.tags.size(), c.tagsBefore) << c.data;
   }
+}
+
+TEST(AsciiReader, DamagedFilesGiveOneLineErrorsNotCrashes) {
+  std::string good = writeAll({S(0, "SECTION"), S(2, "HEADER"), S(9, "$ACADVER"), S(1, "AC1015"),
+                               S(9, "$DWGCODEPAGE"), S(3, "ANSI_932"), S(0, "ENDSEC"),
+                               S(1, "\x93\xFA \\U+00E9 \\M+193FA"), D(10, 1.5), I(70, 3),
+                               I(160, 1), S(310, "ABCD"), S(0, "EOF")});
+  std::mt19937 rng(11);
+  int failures = 0;
+  for (int i = 0; i < 3000; ++i) {
+    std::string damaged = good;
+    for (int k = 0; k < 2; ++k) damaged[rng() % damaged.size()] = char(rng());
+    if (i % 3 == 0) damaged.resize(rng() % damaged.size());
+    auto r = readBuffer(damaged);
+    if (r.error.empty()) continue;
+    ++failures;
+    EXPECT_EQ(r.error.find('\n'), std::string::npos) << r.error;
+    for (unsigned char c : r.error) ASSERT_TRUE(c >= 0x20 && c < 0x7F) << r.error;
+  }
+  EXPECT_GT(failures, 100);
 }
 
 TEST(AsciiReader, StaysAtTheErrorOnceFailed) {
