@@ -1005,6 +1005,8 @@ class DxDbSymbolTableRecord : public DxDbObject {
   friend struct dx::db::Access;
   std::string m_name;
   int16_t m_flags = 0;
+  // Made for a name a file used without defining it; not written back.
+  bool m_implicit = false;
 };
 
 class DxDbSymbolTableIterator {

@@ -17,7 +17,8 @@ void usage(FILE* out) {
       "Options:\n"
       "  -o, --output FILE    save the drawing to FILE at the end\n"
       "  --version VER        file version to save: AC1014, AC1015, AC1018, AC1021,\n"
-      "                       AC1024, AC1027 or AC1032 (default AC1032)\n"
+      "                       AC1024, AC1027 or AC1032 (default: the version the\n"
+      "                       drawing was read in; AC1032 for new and R12 drawings)\n"
       "  --report             print what the drawing holds\n"
       "  -h, --help           show this help\n",
       out);
@@ -75,6 +76,7 @@ void report(DxDbDatabase& db) {
 int main(int argc, char** argv) {
   std::string in, out;
   DxDbDwgVersion ver = DxDb::kDHL_1032;
+  bool verGiven = false;
   bool doReport = false;
   for (int i = 1; i < argc; ++i) {
     std::string a = argv[i];
@@ -84,6 +86,7 @@ int main(int argc, char** argv) {
     } else if ((a == "-o" || a == "--output") && i + 1 < argc) {
       out = argv[++i];
     } else if (a == "--version" && i + 1 < argc) {
+      verGiven = true;
       if (!parseVersion(argv[++i], ver)) {
         std::fprintf(stderr, "draxel: unknown file version '%s'\n", argv[i]);
         return 2;
@@ -103,6 +106,7 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "draxel: cannot read '%s': %s\n", in.c_str(), db.lastError().c_str());
     return 1;
   }
+  if (!in.empty() && !verGiven) parseVersion(db.originalFileVersion(), ver);
   if (doReport) report(db);
   if (!out.empty() && db.saveAs(out.c_str(), ver) != Dxad::eOk) {
     std::fprintf(stderr, "draxel: cannot save '%s': %s\n", out.c_str(), db.lastError().c_str());

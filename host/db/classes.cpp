@@ -223,7 +223,7 @@ static SubclassDef textFirstSub() {
                                FieldDef f = req<&T::m_align>(11, "align_point");
                                f.isDefault = [](const DxDbObject& o) {
                                  const auto& t = Access::self<DxDbText>(o);
-                                 return t.m_hmode == 0 && t.m_vmode == 0;
+                                 return t.m_hmode == 0 && t.m_vmode == 0 && t.m_align == DxGePoint3d();
                                };
                                return f;
                              }()),
@@ -753,7 +753,10 @@ static void defineAll() {
 
   // Symbol tables -------------------------------------------------------------------------
   object<DxDbSymbolTable>("TABLE", {sub("AcDbSymbolTable", {derived(70, [](const DxDbObject& o, Sink& out, int c) {
-                                      out.integer(c, Access::self<DxDbSymbolTable>(o).recordIds().size());
+                                      size_t n = 0;
+                                      for (const auto& id : Access::self<DxDbSymbolTable>(o).recordIds())
+                                        n += !Access::implicit(static_cast<DxDbSymbolTableRecord&>(*id.stub()->obj));
+                                      out.integer(c, int64_t(n));
                                     })})},
                           false);
   auto record = [](SubclassDef own) {
@@ -834,7 +837,7 @@ static void defineAll() {
                                             [](const DxDbObject& o, Sink& out, int) {
                                               for (const auto& v : Access::self<D>(o).m_vars) {
                                                 auto k = dx::dxf::kindOf(v.code);
-                                                if (dx::dxf::isHandleCode(v.code)) out.ref(v.code, v.id);
+                                                if (isRefCode(v.code)) out.ref(v.code, v.id);
                                                 else if (k == dx::dxf::Kind::Double) out.real(v.code, v.real);
                                                 else if (k == dx::dxf::Kind::String) out.str(v.code, v.text);
                                                 else out.integer(v.code, v.integer);

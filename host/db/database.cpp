@@ -74,6 +74,9 @@ void DatabaseImpl::ensureTables() {
     if (id.isNull()) {
       auto* rec = make();
       Access::name(*rec) = name;
+      // A drawing read from a file keeps what it had: records it lacks are there for
+      // the host's own use and are not written back.
+      Access::implicit(*rec) = readFromFile;
       id = addRecord(t, rec);
     }
     return id;
@@ -169,6 +172,15 @@ void DatabaseImpl::completeStructure() {
   };
   ensureLayout(modelSpace, "Model", 0);
   ensureLayout(paperSpace, "Layout1", 1);
+  // Further paper-space blocks (older files name them *Paper_Space0, ...) are layouts too.
+  int16_t tab = 2;
+  for (const DxDbObjectId& id : std::vector<DxDbObjectId>(Access::records(*table(Table::Block)))) {
+    auto* b = static_cast<DxDbBlockTableRecord*>(objOf(id));
+    if (!b || id == paperSpace || upperKey(b->getName()).rfind("*PAPER_SPACE", 0) != 0) continue;
+    std::string name = "Layout" + std::to_string(tab);
+    ensureLayout(id, name.c_str(), tab);
+    ++tab;
+  }
   if (header.empty()) {
     setHeaderString("$ACADVER", 1, "AC1032");
     setHeaderString("$DWGCODEPAGE", 3, "ANSI_1252");

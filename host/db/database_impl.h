@@ -87,6 +87,8 @@ class DatabaseImpl {
   // The tables and the model and paper space blocks only (before entities are read).
   void ensureTables();
 
+  // Set while a file is read: standard records it lacks are made implicit.
+  bool readFromFile = false;
   // Load/save state.
   std::string fileName, fileVersion = "AC1032", lastError, codePage = "ANSI_1252";
 

@@ -98,7 +98,7 @@ class Reader {
   bool readBlocks();
   bool readEntities(DxDbObjectId forcedOwner, Record* stopAt, const char* endName);
   bool readObjects();
-  bool skipSection(std::string_view name);
+  bool skipSection(std::string_view name, bool keep = true);
   DxDbObject* makeObject(Record& rec, bool entity);
   DxDbObject* makeEntity(Record& rec, DxDbObjectId defaultOwner);
   void finishSequence();
@@ -112,6 +112,7 @@ class Reader {
   LoadContext m_ctx;
   std::string m_error;
   bool m_eof = false;
+  bool m_sawHeader = false;
   std::vector<RawTag> m_raw;
   // Open sequence (attributes of an insert, vertices of a polyline).
   DxDbObject* m_seqParent = nullptr;
@@ -196,7 +197,7 @@ bool Reader::readRecord(Record& rec) {
         in.pt[2] = m_raw[i + 1].real;
         ++i;
       }
-    } else if (dxf::isHandleCode(r.code) && r.code != 5 && r.code != 105) {
+    } else if (isRefCode(r.code)) {
       in.isRef = true;
       in.id = DxDbObjectId(m_db.stubFor(parseHex(text)));
     }
@@ -226,7 +227,9 @@ bool Reader::run(std::string& error) {
     sawSection = true;
     std::string name(t.text);
     bool ok = true;
-    if (name == "HEADER") ok = readHeader();
+    if (name == "HEADER") ok = readHeader(), m_sawHeader = true;
+    else if ((name == "CLASSES" || name == "OBJECTS") && m_db.fileVersion < "AC1012" && m_sawHeader)
+      ok = skipSection(name, false);  // R12 has neither: readers ignore them, so do we
     else if (name == "CLASSES") ok = readClasses();
     else if (name == "TABLES") ok = readTables();
     else if (name == "BLOCKS") ok = readBlocks();
@@ -242,11 +245,18 @@ bool Reader::run(std::string& error) {
   }
   // Objects the file gave no handle get fresh ones above every handle it used.
   for (Stub* s : m_unhandled) m_db.assignHandle(s);
+  // Drawings older than R13 are upgraded: the standard records must be written.
+  m_db.readFromFile = m_db.fileVersion >= "AC1012";
+  if (!m_db.readFromFile)
+    m_db.forEachStub([](Stub& s) {
+      if (auto* r = DxRxObject::cast<DxDbSymbolTableRecord>(s.obj)) Access::implicit(*r) = false;
+    });
   m_db.completeStructure();
+  m_db.readFromFile = false;
   return true;
 }
 
-bool Reader::skipSection(std::string_view name) {
+bool Reader::skipSection(std::string_view name, bool keepIt) {
   std::vector<XTag> keep;
   XTag head;
   head.code = 2;
@@ -255,7 +265,7 @@ bool Reader::skipSection(std::string_view name) {
   dxf::Tag t;
   while (nextTag(t)) {
     if (t.code == 0 && t.text == "ENDSEC") {
-      m_db.trailingSections.push_back(std::move(keep));
+      if (keepIt) m_db.trailingSections.push_back(std::move(keep));
       return true;
     }
     InTag in;
@@ -598,6 +608,7 @@ bool Reader::readObjects() {
 
 bool readDxf(DatabaseImpl& db, std::string data, std::string& error) {
   ensureSchemas();
+  db.readFromFile = true;
   if (data.size() >= 6 && data.compare(0, 4, "AC10") == 0 && data.find('\0') < 64) {
     error = "this is a DWG file; the host reads DXF drawings";
     return false;

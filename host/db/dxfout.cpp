@@ -137,7 +137,8 @@ class Writer {
     if (!tab) return;
     emitObject(*tab, m_sink);
     for (const DxDbObjectId& id : Access::records(const_cast<DxDbSymbolTable&>(*tab)))
-      if (DxDbObject* r = objOf(id)) emitObject(*r, m_sink);
+      if (DxDbObject* r = objOf(id))
+        if (!Access::implicit(static_cast<DxDbSymbolTableRecord&>(*r))) emitObject(*r, m_sink);
     m_w.str(0, "ENDTAB");
   }
 

@@ -113,6 +113,7 @@ DxDbObjectId LoadContext::resolveName(Table t, std::string_view name, bool creat
     default: return {};
   }
   Access::name(*rec).assign(name.data(), name.size());
+  Access::implicit(*rec) = !fromEntityList;
   return db->addRecord(t, rec);
 }
 
@@ -149,6 +150,7 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
   int cur = subs.empty() ? -1 : (subs[0].marker[0] == 0 ? 0 : -1);
   int16_t lastField = -1;
   bool unknown = false;
+  bool bodySeen = false;
 
   for (size_t k = 0; k < tags.size(); ++k) {
     const InTag& t = tags[k];
@@ -176,11 +178,11 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
       }
       // A subclass the host does not model: kept whole up to the next known marker.
       unknown = true;
-      if (keepExtras) runs.add(t, int16_t(cur), int16_t(cur >= 0 ? subs[size_t(cur)].fields.size() : -1));
+      if (keepExtras) runs.add(t, int16_t(cur), int16_t(cur >= 0 ? subs[size_t(cur)].fields.size() : 0));
       continue;
     }
     if (unknown) {
-      if (keepExtras) runs.add(t, int16_t(cur), int16_t(cur >= 0 ? subs[size_t(cur)].fields.size() : -1));
+      if (keepExtras) runs.add(t, int16_t(cur), int16_t(cur >= 0 ? subs[size_t(cur)].fields.size() : 0));
       continue;
     }
     int si = cur, fi = -1;
@@ -209,7 +211,9 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
       if (si == cur && f.code >= 0) lastField = int16_t(fi);
       continue;
     }
-    if (keepExtras) runs.add(t, int16_t(cur), lastField);
+    // Before any subclass: application groups stay ahead of the owner, the rest after it.
+    if (keepExtras) runs.add(t, int16_t(cur), cur >= 0 ? lastField : int16_t(t.code == 102 && !bodySeen ? -1 : 0));
+    if (cur < 0 && t.code != 102) bodySeen = true;
   }
   if (sc.afterLoad) sc.afterLoad(o, ctx);
 }
@@ -250,6 +254,7 @@ void emitObject(const DxDbObject& o, Sink& out, bool withXData) {
   }
   emitRuns(ex, out, -1, -1);
   out.ref(330, o.ownerId());
+  emitRuns(ex, out, -1, 0);
   for (size_t si = 0; si < sc->subclasses.size(); ++si) {
     const SubclassDef& s = sc->subclasses[si];
     if (s.marker[0] && out.version >= s.minVer) out.str(100, s.markerFn ? s.markerFn(o) : s.marker);

@@ -185,6 +185,7 @@ struct Access {
   static DxRxClass*& recordClass(DxDbSymbolTable& t) { return t.m_recordClass; }
   static std::string& name(DxDbSymbolTableRecord& r) { return r.m_name; }
   static int16_t& flags(DxDbSymbolTableRecord& r) { return r.m_flags; }
+  static bool& implicit(DxDbSymbolTableRecord& r) { return r.m_implicit; }
   static DxDbObjectIdArray& attribs(DxDbBlockReference& r) { return r.m_attribs; }
   static DxDbObjectId& seqend(DxDbBlockReference& r) { return r.m_seqend; }
   static DxDbObjectIdArray& vertices(DxDbPolylineHeavy& p) { return p.m_vertices; }
@@ -201,6 +202,9 @@ struct Access {
   static std::string& unknownName(DxDbUnknownEntity& e) { return e.m_dxfName; }
   static std::string& unknownName(DxDbUnknownObject& e) { return e.m_dxfName; }
 };
+
+// Codes whose value refers to another object (not the object's own handle).
+inline bool isRefCode(int code) { return dxf::isHandleCode(code) && code != 5 && code != 105; }
 
 // Case-insensitive upper-case key of a symbol name (ASCII letters only, as CAD does).
 std::string upperKey(std::string_view s);

@@ -110,11 +110,21 @@ def audit_issues(doc):
 # Canonical values
 
 
+UNICODE_ESCAPE = re.compile(r"\\U\+([0-9A-Fa-f]{4})")
+
+
+def unescape(text):
+    """The same text whether a writer kept "\\U+XXXX" escapes or wrote the characters."""
+    return UNICODE_ESCAPE.sub(lambda m: chr(int(m.group(1), 16)), text)
+
+
 def plain(value, depth=0):
     """Turn ezdxf values (vectors, paths, edges, tags) into comparable data."""
     if depth > 12:
         return repr(value)
-    if value is None or isinstance(value, (bool, int, str)):
+    if isinstance(value, str):
+        return unescape(value)
+    if value is None or isinstance(value, (bool, int)):
         return value
     if isinstance(value, float):
         return value
@@ -618,7 +628,7 @@ TABLES = (
 
 def table_entries(doc, attr):
     table = getattr(doc, attr)
-    return collections.OrderedDict((entry.dxf.name, entry) for entry in table)
+    return collections.OrderedDict((unescape(entry.dxf.name), entry) for entry in table)
 
 
 def compare_tables(differ, canon_a, canon_b):
