@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <cstring>
 #include <new>
+#include <type_traits>
 #include <vector>
 
 #include "express/jww/JwwSerialize.h"
@@ -78,6 +79,52 @@ std::string Printf(const char* fmt, auto... args) {
   return buf;
 }
 
+// Reads from bytes already known to be there: used for the records of fixed size
+// (given their head), once the input is known to hold the largest of them.
+class JwwUncheckedInput {
+ public:
+  explicit JwwUncheckedInput(const std::uint8_t*& p) : p_(p) {}
+  template <class T>
+  void Io(T& v) {
+    std::memcpy(&v, p_, sizeof v);
+    p_ += sizeof v;
+    v = FromLittleEndian(v);
+  }
+  bool Extended() const { return false; }  // dimensions are never read this way
+
+ private:
+  const std::uint8_t*& p_;
+};
+
+// Counts the bytes a record takes in the file.
+class JwwSizeCounter {
+ public:
+  template <class T>
+  void Io(const T&) {
+    bytes += sizeof(T);
+  }
+  bool Extended() const { return true; }
+  std::size_t bytes = 0;
+};
+
+template <class Record>
+std::size_t FileBytes(const Record& r) {
+  JwwSizeCounter counter;
+  jww_detail::Serialize(counter, r);
+  return counter.bytes;
+}
+
+// The largest record of fixed size, with its optional tail.
+std::size_t LargestFixedRecord() {
+  JwwDot dot;
+  dot.head.penStyle = kJwwSymbolPenStyle;
+  JwwSolid solid;
+  solid.head.penColor = kJwwRgbSolidPenColor;
+  return std::max({FileBytes(JwwLine{}), FileBytes(JwwCircle{}), FileBytes(dot), FileBytes(solid),
+                   FileBytes(JwwBlock{})});
+}
+const std::size_t kLargestFixedRecord = LargestFixedRecord();
+
 // Bounds-checked cursor over the file bytes; the archive the record layouts read from.
 class JwwInput {
  public:
@@ -112,6 +159,17 @@ class JwwInput {
   void Io(std::uint32_t& v) { v = Get<std::uint32_t>(); }
   void Io(double& v) { v = Get<double>(); }
   void Io(std::string& s);
+
+  // Reads a record of fixed size, with a single bounds check while far from the end.
+  template <class Record>
+  void ReadFixed(Record& r) {
+    if (Remaining() >= kLargestFixedRecord) {
+      JwwUncheckedInput fast(p_);
+      jww_detail::Serialize(fast, r);
+    } else {
+      jww_detail::Serialize(*this, r);
+    }
+  }
 
   [[noreturn]] void Fail(std::string what) const {
     throw ParseFailure{kJwwMsgCorrupt, Printf("offset %zu: ", Offset()) + what};
@@ -252,11 +310,18 @@ class JwwParser {
   template <class Record>
   void ReadInto(std::vector<Record>* target) {
     if (target) {
-      jww_detail::Serialize(in_, target->emplace_back());
+      Read(target->emplace_back());
     } else {
       Record scratch;
-      jww_detail::Serialize(in_, scratch);
+      Read(scratch);
     }
+  }
+  template <class Record>
+  void Read(Record& r) {
+    if constexpr (std::is_same_v<Record, JwwText> || std::is_same_v<Record, JwwMeasure>)
+      jww_detail::Serialize(in_, r);  // strings: every read checked
+    else
+      in_.ReadFixed(r);
   }
 
   // With no set, the objects are only walked and counted.

@@ -1,6 +1,7 @@
 #include "express/jww/JwwTextCodec.h"
 
 #include <cerrno>
+#include <cstring>
 #include <iconv.h>
 
 namespace {
@@ -54,7 +55,34 @@ void* JwwTextCodec::Handle(Direction d) {
   return handles_[d];
 }
 
+bool JwwTextCodec::Reuse(Direction d, const char* in, std::size_t inSize, std::string& out) {
+  for (const Remembered& r : remembered_[d]) {
+    if (r.input.size() == inSize && std::memcmp(r.input.data(), in, inSize) == 0) {
+      out = r.output;
+      substitutions_ += r.substitutions;
+      return true;
+    }
+  }
+  return false;
+}
+
+void JwwTextCodec::Remember(Direction d, const char* in, std::size_t inSize, const std::string& out,
+                            std::size_t substitutions) {
+  Remembered& r = remembered_[d][nextSlot_[d]];
+  nextSlot_[d] = (nextSlot_[d] + 1) % kRemembered;
+  r.input.assign(in, inSize);
+  r.output = out;
+  r.substitutions = substitutions;
+}
+
 void JwwTextCodec::Convert(Direction d, const char* in, std::size_t inSize, std::string& out) {
+  if (Reuse(d, in, inSize, out)) return;
+  std::size_t before = substitutions_;
+  ConvertNew(d, in, inSize, out);
+  Remember(d, in, inSize, out, substitutions_ - before);
+}
+
+void JwwTextCodec::ConvertNew(Direction d, const char* in, std::size_t inSize, std::string& out) {
   const DirectionInfo& info = kDirections[d];
   out.clear();
   iconv_t cd = static_cast<iconv_t>(Handle(d));

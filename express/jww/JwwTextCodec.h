@@ -26,7 +26,22 @@ class JwwTextCodec {
   enum Direction { kFromCp932, kFromUtf16, kToCp932, kToUtf16, kDirectionCount };
   void* Handle(Direction d);
   void Convert(Direction d, const char* in, std::size_t inSize, std::string& out);
+  void ConvertNew(Direction d, const char* in, std::size_t inSize, std::string& out);
+
+  // The last texts each direction converted: a drawing repeats its font names and
+  // many texts, and a comparison is far cheaper than a conversion.
+  struct Remembered {
+    std::string input;
+    std::string output;
+    std::size_t substitutions = 0;
+  };
+  static constexpr std::size_t kRemembered = 8;
+  bool Reuse(Direction d, const char* in, std::size_t inSize, std::string& out);
+  void Remember(Direction d, const char* in, std::size_t inSize, const std::string& out,
+                std::size_t substitutions);
 
   void* handles_[kDirectionCount] = {};
+  Remembered remembered_[kDirectionCount][kRemembered];
+  std::size_t nextSlot_[kDirectionCount] = {};
   std::size_t substitutions_ = 0;
 };

@@ -152,6 +152,13 @@ TEST(JwwLayout, CharactersOutsideCp932BecomeQuestionMarks) {
   ASSERT_TRUE(writer.WriteBuffer(doc, bytes));
   EXPECT_EQ(writer.Substitutions(), 1u);
   EXPECT_EQ(ReadBytes(bytes).doc.memo, "a?b");
+  // Repeated texts are converted once but each substitution is counted.
+  doc.entities.texts = {MakeText(1, "a😀b"), MakeText(2, "a😀b")};
+  ASSERT_TRUE(writer.WriteBuffer(doc, bytes));
+  EXPECT_EQ(writer.Substitutions(), 3u);
+  ReadResult texts = ReadBytes(bytes);
+  ASSERT_EQ(texts.doc.entities.texts.size(), 2u);
+  EXPECT_EQ(texts.doc.entities.texts[1].content, "a?b");
   // The UTF-16 form holds it, as a surrogate pair.
   EXPECT_EQ(ReadBytes(WriteOrDie(doc, Unicode())).doc.memo, "a😀b");
 }
