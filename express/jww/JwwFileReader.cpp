@@ -36,19 +36,25 @@ class JwwMappedFile {
 
   const std::uint8_t* data() const { return data_; }
   std::size_t size() const { return size_; }
-  // Drops the pages in [from, to); both are page offsets into the file.
-  void Release(std::size_t from, std::size_t to) {
-    if (to > from) madvise(const_cast<std::uint8_t*>(data_) + from, to - from, MADV_DONTNEED);
+  // Drops the whole pages before `offset` that are still held.
+  void ReleaseBefore(std::size_t offset) {
+    std::size_t to = offset / page_ * page_;
+    if (to > released_)
+      madvise(const_cast<std::uint8_t*>(data_) + released_, to - released_, MADV_DONTNEED);
+    released_ = std::max(released_, to);
   }
+  // The parser went back to `offset`: the pages from there on are held again.
+  void Rewound(std::size_t offset) { released_ = std::min(released_, offset / page_ * page_); }
 
  private:
   const std::uint8_t* data_ = nullptr;
   std::size_t size_;
+  std::size_t page_ = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  std::size_t released_ = 0;
 };
 
 namespace {
 
-constexpr std::size_t kPageSize = 4096;
 constexpr std::size_t kReleaseStep = std::size_t{2} << 20;
 
 // Smallest object in a list: class tag, head and the body of a point without symbol.
@@ -100,22 +106,22 @@ class JwwUncheckedInput {
 class JwwSizeCounter {
  public:
   template <class T>
-  void Io(const T&) {
+  constexpr void Io(const T&) {
     bytes += sizeof(T);
   }
-  bool Extended() const { return true; }
+  constexpr bool Extended() const { return true; }
   std::size_t bytes = 0;
 };
 
 template <class Record>
-std::size_t FileBytes(const Record& r) {
+constexpr std::size_t FileBytes(const Record& r) {
   JwwSizeCounter counter;
   jww_detail::Serialize(counter, r);
   return counter.bytes;
 }
 
 // The largest record of fixed size, with its optional tail.
-std::size_t LargestFixedRecord() {
+constexpr std::size_t LargestFixedRecord() {
   JwwDot dot;
   dot.head.penStyle = kJwwSymbolPenStyle;
   JwwSolid solid;
@@ -123,7 +129,7 @@ std::size_t LargestFixedRecord() {
   return std::max({FileBytes(JwwLine{}), FileBytes(JwwCircle{}), FileBytes(dot), FileBytes(solid),
                    FileBytes(JwwBlock{})});
 }
-const std::size_t kLargestFixedRecord = LargestFixedRecord();
+constexpr std::size_t kLargestFixedRecord = LargestFixedRecord();
 
 // Bounds-checked cursor over the file bytes; the archive the record layouts read from.
 class JwwInput {
@@ -177,8 +183,10 @@ class JwwInput {
 
   void Seek(std::size_t offset) {
     p_ = begin_ + offset;
-    releasedTo_ = std::min(releasedTo_, offset / kPageSize * kPageSize);
-    if (mapping_) releaseAt_ = offset + kReleaseStep;
+    if (mapping_) {
+      mapping_->Rewound(offset);
+      releaseAt_ = offset + kReleaseStep;
+    }
   }
   // Called between objects: gives back the pages already parsed.
   void ReleaseParsed() {
@@ -190,9 +198,7 @@ class JwwInput {
     Fail(Printf("file ends %zu bytes short of a %zu-byte value", n - Remaining(), n));
   }
   void ReleaseParsedSlow() {
-    std::size_t to = Offset() / kPageSize * kPageSize;
-    mapping_->Release(releasedTo_, to);
-    releasedTo_ = std::max(releasedTo_, to);
+    mapping_->ReleaseBefore(Offset());
     releaseAt_ = Offset() + kReleaseStep;
   }
 
@@ -201,7 +207,6 @@ class JwwInput {
   const std::uint8_t* end_;
   JwwTextCodec& codec_;
   JwwMappedFile* mapping_;
-  std::size_t releasedTo_ = 0;
   std::size_t releaseAt_;
   bool extended_ = false;
   bool convert_ = true;

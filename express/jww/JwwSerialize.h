@@ -3,7 +3,8 @@
 // both the reader and the writer. An archive provides Io() for std::uint8_t,
 // std::uint16_t, std::uint32_t, double and std::string (reading into or writing from
 // the reference), and Extended() telling whether the version has the 420 layout.
-// The record arguments are templates so that the writer can pass const records.
+// The record arguments are templates so that the writer can pass const records; the
+// functions are constexpr so that the size of a record can be counted at compile time.
 
 #include <type_traits>
 
@@ -16,7 +17,7 @@ template <class R, class T>
 concept RecordOf = std::is_same_v<std::remove_const_t<R>, T>;
 
 template <class Ar, class Run>
-void SerializeRun(Ar& ar, Run& run) {
+constexpr void SerializeRun(Ar& ar, Run& run) {
   std::size_t w = 0, d = 0;
   for (char c : std::remove_const_t<Run>::kLayout) {
     if (c == 'w')
@@ -28,7 +29,7 @@ void SerializeRun(Ar& ar, Run& run) {
 
 template <class Ar, class R>
   requires RecordOf<R, JwwRecordHead>
-void Serialize(Ar& ar, R& h) {
+constexpr void Serialize(Ar& ar, R& h) {
   ar.Io(h.group);
   ar.Io(h.penStyle);
   ar.Io(h.penColor);
@@ -40,7 +41,7 @@ void Serialize(Ar& ar, R& h) {
 
 template <class Ar, class R>
   requires RecordOf<R, JwwLine>
-void Serialize(Ar& ar, R& r) {
+constexpr void Serialize(Ar& ar, R& r) {
   Serialize(ar, r.head);
   ar.Io(r.startX);
   ar.Io(r.startY);
@@ -50,7 +51,7 @@ void Serialize(Ar& ar, R& r) {
 
 template <class Ar, class R>
   requires RecordOf<R, JwwCircle>
-void Serialize(Ar& ar, R& r) {
+constexpr void Serialize(Ar& ar, R& r) {
   Serialize(ar, r.head);
   ar.Io(r.centerX);
   ar.Io(r.centerY);
@@ -64,7 +65,7 @@ void Serialize(Ar& ar, R& r) {
 
 template <class Ar, class R>
   requires RecordOf<R, JwwDot>
-void Serialize(Ar& ar, R& r) {
+constexpr void Serialize(Ar& ar, R& r) {
   Serialize(ar, r.head);
   ar.Io(r.x);
   ar.Io(r.y);
@@ -78,7 +79,7 @@ void Serialize(Ar& ar, R& r) {
 
 template <class Ar, class R>
   requires RecordOf<R, JwwText>
-void Serialize(Ar& ar, R& r) {
+constexpr void Serialize(Ar& ar, R& r) {
   Serialize(ar, r.head);
   ar.Io(r.startX);
   ar.Io(r.startY);
@@ -95,7 +96,7 @@ void Serialize(Ar& ar, R& r) {
 
 template <class Ar, class R>
   requires RecordOf<R, JwwSolid>
-void Serialize(Ar& ar, R& r) {
+constexpr void Serialize(Ar& ar, R& r) {
   Serialize(ar, r.head);
   ar.Io(r.x1);
   ar.Io(r.y1);
@@ -111,7 +112,7 @@ void Serialize(Ar& ar, R& r) {
 // The parts of a dimension carry no class tag: they are stored inline.
 template <class Ar, class R>
   requires RecordOf<R, JwwMeasure>
-void Serialize(Ar& ar, R& r) {
+constexpr void Serialize(Ar& ar, R& r) {
   Serialize(ar, r.line);
   Serialize(ar, r.text);
   if (!ar.Extended()) return;
@@ -122,7 +123,7 @@ void Serialize(Ar& ar, R& r) {
 
 template <class Ar, class R>
   requires RecordOf<R, JwwBlock>
-void Serialize(Ar& ar, R& r) {
+constexpr void Serialize(Ar& ar, R& r) {
   Serialize(ar, r.head);
   ar.Io(r.refX);
   ar.Io(r.refY);
@@ -135,7 +136,7 @@ void Serialize(Ar& ar, R& r) {
 // A block definition up to its own object list.
 template <class Ar, class R>
   requires RecordOf<R, JwwBlockDef>
-void SerializeBlockDefHead(Ar& ar, R& r) {
+constexpr void SerializeBlockDefHead(Ar& ar, R& r) {
   Serialize(ar, r.head);
   ar.Io(r.number);
   ar.Io(r.referenced);
@@ -144,7 +145,7 @@ void SerializeBlockDefHead(Ar& ar, R& r) {
 }
 
 template <class Ar, class T>
-void SerializeLineTypeRow(Ar& ar, T& table, std::size_t i) {
+constexpr void SerializeLineTypeRow(Ar& ar, T& table, std::size_t i) {
   ar.Io(table.pattern[i]);
   ar.Io(table.unit[i]);
   ar.Io(table.pitch[i]);
@@ -153,7 +154,7 @@ void SerializeLineTypeRow(Ar& ar, T& table, std::size_t i) {
 
 template <class Ar, class H>
   requires RecordOf<H, JwwHeader>
-void Serialize(Ar& ar, H& h) {
+constexpr void Serialize(Ar& ar, H& h) {
   ar.Io(h.paperSize);
   ar.Io(h.writeLayerGroup);
   for (auto& g : h.layerGroups) {
