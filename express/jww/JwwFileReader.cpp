@@ -79,6 +79,13 @@ T FromLittleEndian(T v) {
   return v;
 }
 
+// A class name from the file for a message: bytes outside printable ASCII become '?'.
+std::string Quoted(std::string_view name) {
+  std::string out = "\"";
+  for (char c : name) out += c >= 0x20 && c < 0x7F ? c : '?';
+  return out + "\"";
+}
+
 std::string Printf(const char* fmt, auto... args) {
   char buf[256];
   std::snprintf(buf, sizeof buf, fmt, args...);
@@ -304,7 +311,7 @@ class JwwParser {
           return static_cast<Kind>(k);
         }
       }
-      in_.Fail("unknown class \"" + std::string(name) + "\"");
+      in_.Fail("unknown class " + Quoted(name));
     }
     std::uint32_t index = ReadClassReference(tag);
     for (int k = 0; k < kKindCount; ++k)
@@ -389,7 +396,7 @@ class JwwParser {
         in_.Take(2);
         std::string_view name = ReadClassName();
         if (name != kBlockDefClassName)
-          in_.Fail("block definition list starts with class \"" + std::string(name) + "\"");
+          in_.Fail("block definition list starts with class " + Quoted(name));
         listClassIndex_ = TakeIndex();
       } else {
         std::uint32_t index = ReadClassReference(in_.Get<std::uint16_t>());
