@@ -33,8 +33,8 @@ std::array<uint32_t, 256> buildPalette() {
     else if (hp < 4) g = x, b = c;
     else if (hp < 5) r = x, b = c;
     else r = c, b = x;
-    p[size_t(i)] = rgb(int(std::lround((r + m) * 255)), int(std::lround((g + m) * 255)),
-                       int(std::lround((b + m) * 255)));
+    auto level = [](double x) { return int(std::floor(x * 255 + 1e-6)); };
+    p[size_t(i)] = rgb(level(r + m), level(g + m), level(b + m));
   }
   static const int grey[6] = {51, 80, 105, 130, 190, 255};
   for (int i = 0; i < 6; ++i) p[size_t(250 + i)] = rgb(grey[i], grey[i], grey[i]);

@@ -109,6 +109,10 @@ void DatabaseImpl::ensureTables() {
   modelSpace = space("*Model_Space");
   paperSpace = space("*Paper_Space");
   if (currentSpace.isNull()) currentSpace = modelSpace;
+}
+
+void DatabaseImpl::completeStructure() {
+  ensureTables();
   // Every block has its BLOCK and ENDBLK entities.
   for (const DxDbObjectId& id : Access::records(*table(Table::Block))) {
     auto* b = static_cast<DxDbBlockTableRecord*>(objOf(id));
@@ -126,10 +130,7 @@ void DatabaseImpl::ensureTables() {
       e->setLayer(layerZero);
     }
   }
-}
 
-void DatabaseImpl::completeStructure() {
-  ensureTables();
   auto newDict = [&](DxDbObjectId owner) {
     auto* d = new DxDbDictionary();
     DxDbObjectId id = attach(d);

@@ -87,6 +87,7 @@ class DatabaseImpl {
   // The tables and the model and paper space blocks only (before entities are read).
   void ensureTables();
 
+  uint64_t fileHandseed = 1;  // $HANDSEED of the file read
   // Set while a file is read: standard records it lacks are made implicit.
   bool readFromFile = false;
   // Load/save state.

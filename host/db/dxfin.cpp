@@ -291,8 +291,10 @@ bool Reader::readHeader() {
           return fail("unsupported drawing version '" + v + "'");
         m_ctx.version = verFromAcad(v);
         m_db.codePage = m_db.headerString("$DWGCODEPAGE", "ANSI_1252");
-        if (int64_t seed = int64_t(parseHex(m_db.headerString("$HANDSEED"))); seed > 0)
+        if (int64_t seed = int64_t(parseHex(m_db.headerString("$HANDSEED"))); seed > 0) {
           m_db.noteHandle(uint64_t(seed) - 1);
+          m_db.fileHandseed = uint64_t(seed);
+        }
         return true;
       }
       return fail("unexpected '" + std::string(t.text) + "' in HEADER");

@@ -106,7 +106,7 @@ class Writer {
       if (v.name == "$ACADVER") continue;
       m_w.str(9, v.name);
       if (v.name == "$HANDSEED") {
-        m_w.handle(5, m_db.handseed());
+        m_w.handle(5, seed());
         wroteSeed = true;
         continue;
       }
@@ -127,9 +127,21 @@ class Writer {
     }
     if (!wroteSeed) {
       m_w.str(9, "$HANDSEED");
-      m_w.handle(5, m_db.handseed());
+      m_w.handle(5, seed());
     }
     endsec();
+  }
+
+  // Above every handle written and never below the seed the file came with; records
+  // the host made for its own use do not move it.
+  uint64_t seed() const {
+    uint64_t top = m_db.fileHandseed;
+    m_db.forEachStub([&](Stub& s) {
+      if (!s.obj || s.erased || s.handle < top) return;
+      if (auto* r = DxRxObject::cast<DxDbSymbolTableRecord>(s.obj); r && Access::implicit(*r)) return;
+      top = s.handle + 1;
+    });
+    return top;
   }
 
   void table(Table t) {

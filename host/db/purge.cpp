@@ -13,13 +13,14 @@ namespace {
 class RefCollector : public Sink {
  public:
   std::unordered_set<Stub*>& refs;
+  Stub* owner = nullptr;  // ownership is not a use
   explicit RefCollector(std::unordered_set<Stub*>& r) : refs(r) {}
   void str(int, std::string_view) override {}
   void real(int, double) override {}
   void integer(int, int64_t) override {}
   void point(int, const double*, int) override {}
-  void ref(int, DxDbObjectId id) override {
-    if (id.stub()) refs.insert(id.stub());
+  void ref(int code, DxDbObjectId id) override {
+    if (id.stub() && !(code == 330 && id.stub() == owner)) refs.insert(id.stub());
   }
   void xtag(const XTag& t) override {
     if (t.isRef && t.ref) refs.insert(t.ref);
@@ -41,6 +42,7 @@ bool purgePass(DatabaseImpl& db, PurgeReport report, void* ctx) {
       // Dimensions name their picture block.
       dimBlocks.insert(upperKey(Access::dimBlockName(*d)));
     }
+    col.owner = s.obj->ownerId().stub();
     emitObject(*s.obj, col, true);
   });
   // What the drawing's current settings name stays.

@@ -25,7 +25,7 @@ int dxutGroupCodeType(int code) {
     case RT3DPOINT: return RT3DPOINT;
     case RTSHORT: return RTSHORT;
     case RTLONG: return RTLONG;
-    case RTSTR: return RTSTR;
+    case RTSTR: case RTDXF0: return RTSTR;
     case RTENAME: case RTPICKS: return RTENAME;
     case RTINT64: return RTINT64;
     default: break;
@@ -78,7 +78,8 @@ resbuf* dxutBuildList(int type, ...) {
   va_start(ap, type);
   resbuf *head = nullptr, *tail = nullptr;
   for (int t = type; t != 0; t = va_arg(ap, int)) {
-    resbuf* rb = dxutNewRb(t);
+    // RTDXF0 stands for group 0, which would end the argument list.
+    resbuf* rb = dxutNewRb(t == RTDXF0 ? 0 : t);
     switch (dxutGroupCodeType(t)) {
       case RTREAL: rb->resval.rreal = va_arg(ap, double); break;
       case RTSHORT: rb->resval.rint = short(va_arg(ap, int)); break;

@@ -1,0 +1,140 @@
+"""draxel opens and saves drawings; ezdxf, an independent reader, checks the result.
+
+Environment: DRAXEL (the program), DX_SHARED_DATA (sample drawings), DX_TOOLS (the
+folder of dxfcompare.py and dxfaudit.py).
+"""
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+DRAXEL = os.environ.get("DRAXEL", "draxel")
+DATA = os.path.join(os.environ.get("DX_SHARED_DATA", ""), "dxf")
+TOOLS = os.environ.get("DX_TOOLS", os.path.join(os.path.dirname(__file__), "..", "tools"))
+VERSIONS = ["AC1014", "AC1015", "AC1018", "AC1021", "AC1024", "AC1027", "AC1032"]
+
+
+def run(*args):
+    return subprocess.run([DRAXEL, *args], capture_output=True, text=True, timeout=300)
+
+
+def tool(name, *args):
+    return subprocess.run([sys.executable, os.path.join(TOOLS, name), *args],
+                          capture_output=True, text=True, timeout=600)
+
+
+def differences(output):
+    """The difference lines of a dxfcompare run."""
+    return [line.strip() for line in output.splitlines() if line.startswith("  ")]
+
+
+def samples():
+    return sorted(f for f in os.listdir(DATA) if f.lower().endswith(".dxf")) if os.path.isdir(DATA) else []
+
+
+class Roundtrip(unittest.TestCase):
+    def setUp(self):
+        self.tmp = tempfile.mkdtemp(prefix="dxrt")
+
+    def tearDown(self):
+        shutil.rmtree(self.tmp, ignore_errors=True)
+
+    def out(self, name):
+        return os.path.join(self.tmp, name)
+
+    @unittest.skipUnless(samples(), f"sample drawings not found in {DATA!r}")
+    def test_every_sample_saves_what_a_reader_sees(self):
+        for name in samples():
+            with self.subTest(drawing=name):
+                src = os.path.join(DATA, name)
+                dst = self.out(name)
+                r = run(src, "-o", dst)
+                self.assertEqual(r.returncode, 0, r.stderr)
+                cmp = tool("dxfcompare.py", src, dst)
+                diffs = differences(cmp.stdout)
+                # Drawings older than R13 are upgraded: their extra paper-space blocks
+                # become layouts, which a reader lists.
+                diffs = [d for d in diffs if not (d.startswith("layout ") and d.endswith("extra in OUTPUT"))]
+                self.assertNotEqual(cmp.returncode, 2, cmp.stdout + cmp.stderr)
+                self.assertEqual(diffs, [], cmp.stdout)
+
+    @unittest.skipUnless(samples(), f"sample drawings not found in {DATA!r}")
+    def test_samples_saved_in_other_versions(self):
+        # Attributes, texts, hatches and Unicode through the versions that escape text.
+        for name in ("multi_insert_with_attribs.dxf", "dxf_unicode.dxf", "hatches_1.dxf"):
+            for ver in ("AC1015", "AC1018", "AC1024"):
+                with self.subTest(drawing=name, version=ver):
+                    src = os.path.join(DATA, name)
+                    dst = self.out(f"{ver}_{name}")
+                    r = run(src, "-o", dst, "--version", ver)
+                    self.assertEqual(r.returncode, 0, r.stderr)
+                    cmp = tool("dxfcompare.py", src, dst)
+                    self.assertEqual(cmp.returncode, 0, cmp.stdout)
+
+    def test_new_drawing_in_every_version_audits_clean(self):
+        for ver in VERSIONS:
+            with self.subTest(version=ver):
+                dst = self.out(f"new_{ver}.dxf")
+                r = run("-o", dst, "--version", ver)
+                self.assertEqual(r.returncode, 0, r.stderr)
+                audit = tool("dxfaudit.py", dst)
+                self.assertEqual(audit.returncode, 0, audit.stdout)
+                with open(dst) as f:
+                    head = f.read(200)
+                # R14 is written as R14; the reader reports it upgraded to R2000.
+                self.assertIn(ver, head)
+
+    @unittest.skipUnless(samples(), f"sample drawings not found in {DATA!r}")
+    def test_binary_dxf_reads_like_its_ascii_twin(self):
+        import ezdxf
+        src = os.path.join(DATA, "multi_insert_with_attribs.dxf")
+        doc = ezdxf.readfile(src)
+        ascii_copy, binary_copy = self.out("ascii.dxf"), self.out("binary.dxf")
+        doc.saveas(ascii_copy)
+        doc.saveas(binary_copy, fmt="bin")
+        a, b = self.out("from_ascii.dxf"), self.out("from_binary.dxf")
+        self.assertEqual(run(ascii_copy, "-o", a).returncode, 0)
+        r = run(binary_copy, "-o", b)
+        self.assertEqual(r.returncode, 0, r.stderr)
+        cmp = tool("dxfcompare.py", a, b)
+        self.assertEqual(cmp.returncode, 0, cmp.stdout)
+
+    def test_bad_input_is_one_line_exit_one_and_touches_nothing(self):
+        good = self.out("good.dxf")
+        self.assertEqual(run("-o", good).returncode, 0)
+        with open(good, "rb") as f:
+            content = f.read()
+        cases = {
+            "empty.dxf": b"",
+            "garbage.dxf": bytes(range(256)) * 8,
+            "truncated.dxf": content[: len(content) // 2],
+            "version.dxf": b"  0\nSECTION\n  2\nHEADER\n  9\n$ACADVER\n  1\nAC1099\n  0\nENDSEC\n  0\nEOF\n",
+            "drawing.dxf": b"AC1032\x00\x00\x00\x00\x12\x34" + bytes(100),
+        }
+        existing = self.out("existing.dxf")
+        with open(existing, "wb") as f:
+            f.write(b"keep me")
+        for name, data in cases.items():
+            with self.subTest(case=name):
+                path = self.out(name)
+                with open(path, "wb") as f:
+                    f.write(data)
+                r = run(path, "-o", existing)
+                self.assertEqual(r.returncode, 1, r.stderr)
+                lines = r.stderr.strip().splitlines()
+                self.assertEqual(len(lines), 1, r.stderr)
+                self.assertIn(name, lines[0])
+                with open(existing, "rb") as f:
+                    self.assertEqual(f.read(), b"keep me")
+        r = run(self.out("does-not-exist.dxf"))
+        self.assertEqual(r.returncode, 1)
+        self.assertIn("does-not-exist.dxf", r.stderr)
+        # Nothing but the files made here: no temporary left behind.
+        self.assertEqual(sorted(os.listdir(self.tmp)),
+                         sorted(["good.dxf", "existing.dxf", *cases.keys()]))
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
