@@ -1,0 +1,133 @@
+#include "host/editor/commands/common.h"
+
+#include <cstdlib>
+
+namespace dx::ed::cmd {
+
+void say(const std::string& s) { output().message(s); }
+
+DxDbObjectId appendToCurrentSpace(DxDbEntity* ent, bool defaults) {
+  DxDbDatabase* d = db();
+  DxDbObjectId id;
+  if (!d) {
+    delete ent;
+    return id;
+  }
+  if (defaults) ent->setDatabaseDefaults(d);
+  DxDbBlockTableRecord* space = nullptr;
+  if (dxdbOpenObject(space, d->currentSpaceId(), DxDb::kForWrite) != Dxad::eOk) {
+    delete ent;
+    return id;
+  }
+  if (space->appendDxDbEntity(id, ent) != Dxad::eOk) {
+    delete ent;
+    id = DxDbObjectId();
+  } else {
+    ent->close();
+  }
+  space->close();
+  return id;
+}
+
+int selectForCommand(std::vector<DxDbObjectId>& ids, bool skipLocked) {
+  Document* doc = session().current();
+  if (doc && !doc->pickFirst.empty() && session().getInt("PICKFIRST")) {
+    for (auto id : doc->pickFirst)
+      if (id.isValid() && !id.isErased() && (!skipLocked || !onLockedLayer(id))) ids.push_back(id);
+    doc->pickFirst.clear();
+    if (!ids.empty()) return RTNORM;
+  }
+  SelectOptions opt;
+  opt.skipLocked = skipLocked;
+  return selectObjects(opt, ids);
+}
+
+DxDbObjectId findRecord(DxDbObjectId tableId, const std::string& name) {
+  Opened<DxDbSymbolTable> table(tableId, DxDb::kForRead);
+  DxDbObjectId id;
+  if (table) table->getIdAt(name.c_str(), id);
+  return id;
+}
+
+std::string recordName(DxDbObjectId id) {
+  Opened<DxDbSymbolTableRecord> rec(id, DxDb::kForRead);
+  return rec ? rec->getName() : std::string();
+}
+
+bool parseColor(const std::string& in, DxCmColor& c) {
+  std::string s = upper(in);
+  static const char* names[] = {"RED", "YELLOW", "GREEN", "CYAN", "BLUE", "MAGENTA", "WHITE"};
+  if (s == "BYLAYER") {
+    c = DxCmColor();
+    c.setColorMethod(DxCmColor::kByLayer);
+    return true;
+  }
+  if (s == "BYBLOCK") {
+    c = DxCmColor();
+    c.setColorMethod(DxCmColor::kByBlock);
+    return c.setColorIndex(0) == Dxad::eOk || true;
+  }
+  for (int i = 0; i < 7; ++i)
+    if (s == names[i]) {
+      c = DxCmColor::byACI(int16_t(i + 1));
+      return true;
+    }
+  if (s.find(',') != std::string::npos) {
+    int rgb[3];
+    size_t start = 0;
+    for (int k = 0; k < 3; ++k) {
+      size_t e = s.find(',', start);
+      std::string part = s.substr(start, e == std::string::npos ? std::string::npos : e - start);
+      char* end = nullptr;
+      long v = std::strtol(part.c_str(), &end, 10);
+      if (part.empty() || *end || v < 0 || v > 255 || (k < 2 && e == std::string::npos)) return false;
+      rgb[k] = int(v);
+      start = e + 1;
+      if (k == 2 && e != std::string::npos) return false;
+    }
+    c.setRGB(uint8_t(rgb[0]), uint8_t(rgb[1]), uint8_t(rgb[2]));
+    return true;
+  }
+  char* end = nullptr;
+  long v = std::strtol(s.c_str(), &end, 10);
+  if (s.empty() || *end || v < 0 || v > 256) return false;
+  if (v == 256) return parseColor("BYLAYER", c);
+  if (v == 0) return parseColor("BYBLOCK", c);
+  c = DxCmColor::byACI(int16_t(v));
+  return true;
+}
+
+}  // namespace dx::ed::cmd
+
+namespace dx::ed {
+
+void registerHostCommands(DxEdCommandStack* stack) {
+  using namespace DxEdCommandFlags;
+  struct Row {
+    const char* name;
+    int32_t flags;
+    DxRxFunctionPtr fn;
+  };
+  const Row rows[] = {
+      {"LINE", kModal, cmd::cmdLine},
+      {"ERASE", kUsePickSet, cmd::cmdErase},
+      {"EXPLODE", kUsePickSet, cmd::cmdExplode},
+      {"CHPROP", kUsePickSet, cmd::cmdChprop},
+      {"UNDO", kNoUndoMarker, cmd::cmdUndo},
+      {"U", kNoUndoMarker, cmd::cmdU},
+      {"-INSERT", kModal, cmd::cmdInsert},
+      {"UCS", kModal, cmd::cmdUcs},
+      {"-LINETYPE", kModal, cmd::cmdLinetype},
+      {"PURGE", kModal, cmd::cmdPurge},
+      {"NEW", kNoUndoMarker, cmd::cmdNew},
+      {"OPEN", kNoUndoMarker, cmd::cmdOpen},
+      {"SAVE", kNoUndoMarker, cmd::cmdSave},
+      {"SAVEAS", kNoUndoMarker, cmd::cmdSaveAs},
+      {"SCRIPT", kNoUndoMarker, cmd::cmdScript},
+      {"QUIT", kNoUndoMarker, cmd::cmdQuit},
+      {"SETVAR", kTransparent, cmd::cmdSetvar},
+  };
+  for (const Row& r : rows) stack->addCommand(kHostGroup, r.name, r.name, r.flags, r.fn);
+}
+
+}  // namespace dx::ed

@@ -1,0 +1,44 @@
+// Helpers the host commands share.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/editor/core/session.h"
+
+namespace dx::ed::cmd {
+
+inline Session& session() { return Session::get(); }
+inline DxDbDatabase* db() {
+  Document* d = Session::get().current();
+  return d ? d->database() : nullptr;
+}
+void say(const std::string& s);
+// Appends a new entity to the current space with the drawing's current properties.
+DxDbObjectId appendToCurrentSpace(DxDbEntity* ent, bool defaults = true);
+// The pick-first set of a command that takes one, otherwise "Select objects:".
+int selectForCommand(std::vector<DxDbObjectId>& ids, bool skipLocked);
+DxDbObjectId findRecord(DxDbObjectId tableId, const std::string& name);
+std::string recordName(DxDbObjectId id);
+// Colour answers: a number, BYLAYER, BYBLOCK, a colour name or "r,g,b".
+bool parseColor(const std::string& s, DxCmColor& c);
+
+void cmdLine();
+void cmdErase();
+void cmdExplode();
+void cmdChprop();
+void cmdUndo();
+void cmdU();
+void cmdInsert();
+void cmdUcs();
+void cmdLinetype();
+void cmdPurge();
+void cmdNew();
+void cmdOpen();
+void cmdSave();
+void cmdSaveAs();
+void cmdScript();
+void cmdQuit();
+void cmdSetvar();
+
+}  // namespace dx::ed::cmd

@@ -1,0 +1,185 @@
+// -INSERT: a block of the drawing, or a drawing file brought in as a block.
+#include <cmath>
+#include <filesystem>
+
+#include "host/editor/commands/common.h"
+
+namespace fs = std::filesystem;
+
+namespace dx::ed::cmd {
+namespace {
+
+// The block record of a name, loading "name.dxf" (or an explicit file) when the drawing
+// has no such block. Null with a message when neither works.
+DxDbObjectId blockFor(const std::string& answer) {
+  DxDbDatabase* d = db();
+  std::string name = answer, file;
+  size_t eq = answer.find('=');
+  if (eq != std::string::npos) {
+    name = answer.substr(0, eq);
+    file = answer.substr(eq + 1);
+  } else if (answer.find('/') != std::string::npos ||
+             iequals(fs::path(answer).extension().string(), ".dxf")) {
+    file = answer;
+    name = fs::path(answer).stem().string();
+  }
+  if (file.empty()) {
+    DxDbObjectId id = findRecord(d->blockTableId(), name);
+    if (!id.isNull()) return id;
+    file = name + ".dxf";
+  }
+  char found[1024];
+  std::string path = file;
+  if (dxedFindFile(file.c_str(), found, sizeof found) == RTNORM) path = found;
+  std::error_code ec;
+  if (!fs::is_regular_file(path, ec)) {
+    say("\nBlock \"" + name + "\" not found.\n");
+    return {};
+  }
+  DxDbDatabase source(false);
+  if (source.readDwgFile(path.c_str()) != Dxad::eOk) {
+    say("\nCannot read \"" + path + "\": " + source.lastError() + "\n");
+    return {};
+  }
+  if (!findRecord(d->blockTableId(), name).isNull()) {
+    // Redefining an existing block from its file.
+    say("\nBlock \"" + name + "\" already exists; the drawing's definition is used.\n");
+    return findRecord(d->blockTableId(), name);
+  }
+  DxDbObjectId id = insertDrawingAsBlock(d, name, &source);
+  if (id.isNull()) {
+    say("\nCannot insert \"" + path + "\" as a block.\n");
+    return {};
+  }
+  return id;
+}
+
+}  // namespace
+
+void cmdInsert() {
+  Session& s = session();
+  Document* doc = s.current();
+  if (!doc) return;
+  DxDbDatabase* d = doc->database();
+  std::string answer;
+  std::string def = doc->lastBlockName;
+  if (askString("\nEnter block name or [?]" + (def.empty() ? std::string() : " <" + def + ">") + ": ",
+                answer) != RTNORM)
+    return;
+  if (answer.empty()) answer = def;
+  if (answer.empty()) return;
+  if (answer == "?") {
+    Opened<DxDbSymbolTable> table(d->blockTableId(), DxDb::kForRead);
+    if (!table) return;
+    for (auto id : table->recordIds()) {
+      std::string n = recordName(id);
+      if (!n.empty() && n[0] != '*') say("\n  \"" + n + "\"\n");
+    }
+    return;
+  }
+  DxDbObjectId block = blockFor(answer);
+  if (block.isNull()) return;
+  std::string blockName = recordName(block);
+  doc->lastBlockName = blockName;
+
+  DxGeVector3d scale(1, 1, 1);
+  bool scaleGiven = false, rotationGiven = false;
+  double rotation = 0;
+  DxGePoint3d at;
+  for (;;) {
+    std::string kw;
+    int rc = askPoint("\nSpecify insertion point or [Scale/X/Y/Z/Rotate]: ", nullptr, at,
+                      "Scale X Y Z Rotate", &kw);
+    if (rc == RTNORM) break;
+    if (rc != RTKWORD) return;
+    if (kw == "Rotate") {
+      if (askAngle("\nSpecify rotation angle <0>: ", nullptr, rotation) == RTCAN) return;
+      rotationGiven = true;
+      continue;
+    }
+    double f = 1;
+    dxedInitGet(RSG_NOZERO, nullptr);
+    std::string p = kw == "Scale" ? "\nSpecify scale factor for XYZ axes <1>: "
+                                  : "\nSpecify " + kw + " scale factor <1>: ";
+    rc = dxedGetReal(p.c_str(), &f);
+    if (rc == RTCAN) return;
+    if (rc == RTNONE) f = 1;
+    if (kw == "Scale") scale = {f, f, f};
+    else if (kw == "X") scale.x = f;
+    else if (kw == "Y") scale.y = f;
+    else scale.z = f;
+    scaleGiven = true;
+  }
+  if (!scaleGiven) {
+    double sx = 1;
+    dxedInitGet(RSG_NOZERO, nullptr);
+    int rc = dxedGetReal("\nEnter X scale factor <1>: ", &sx);
+    if (rc == RTCAN) return;
+    if (rc == RTNONE) sx = 1;
+    double sy = sx;
+    dxedInitGet(RSG_NOZERO, nullptr);
+    rc = dxedGetReal("\nEnter Y scale factor <use X scale factor>: ", &sy);
+    if (rc == RTCAN) return;
+    if (rc == RTNONE) sy = sx;
+    scale = {sx, sy, sx};
+  }
+  if (!rotationGiven) {
+    int rc = askAngle("\nSpecify rotation angle <0>: ", &at, rotation);
+    if (rc == RTCAN) return;
+    if (rc == RTNONE) rotation = 0;
+  }
+  // The UCS's rotation in the world's XY plane turns the reference as well.
+  rotation += std::atan2(doc->ucs.x.y, doc->ucs.x.x);
+
+  auto* ref = new DxDbBlockReference(ucsToWorld(at), block);
+  ref->setScaleFactors(scale);
+  ref->setRotation(rotation);
+  ref->setDatabaseDefaults(d);
+  // Attribute values are asked for before the reference goes into the drawing.
+  std::vector<std::pair<DxDbObjectId, std::string>> values;
+  {
+    Opened<DxDbBlockTableRecord> btr(block, DxDb::kForRead);
+    std::vector<DxDbObjectId> ents = btr ? btr->entityIds() : std::vector<DxDbObjectId>{};
+    btr.close();
+    bool ask = s.getInt("ATTREQ") != 0;
+    for (auto id : ents) {
+      Opened<DxDbAttributeDefinition> def(id, DxDb::kForRead);
+      if (!def || def->isConstant()) continue;
+      std::string value = def->textString();
+      if (ask && !def->isPreset()) {
+        std::string prompt = *def->prompt() ? def->prompt() : def->tag();
+        std::string typed;
+        def.close();
+        int rc = askString("\n" + prompt + " <" + value + ">: ", typed);
+        if (rc == RTCAN) {
+          delete ref;
+          return;
+        }
+        if (!typed.empty()) value = typed;
+      }
+      values.emplace_back(id, value);
+    }
+  }
+  DxDbObjectId refId = appendToCurrentSpace(ref, false);
+  if (refId.isNull()) {
+    say("\nThe block reference could not be added.\n");
+    return;
+  }
+  if (values.empty()) return;
+  Opened<DxDbBlockReference> r(refId, DxDb::kForWrite);
+  if (!r) return;
+  DxGeMatrix3d xf = r->blockTransform();
+  for (auto& [defId, value] : values) {
+    Opened<DxDbAttributeDefinition> def(defId, DxDb::kForRead);
+    if (!def) continue;
+    auto* att = new DxDbAttribute();
+    att->setPropertiesFrom(r.get());
+    att->setAttributeFromBlock(def.get(), xf);
+    att->setTextString(value.c_str());
+    DxDbObjectId attId;
+    if (r->appendAttribute(attId, att) == Dxad::eOk) att->close();
+    else delete att;
+  }
+}
+
+}  // namespace dx::ed::cmd

@@ -1,0 +1,211 @@
+// -LINETYPE: load linetypes from a ".lin" file, set the current one, list them.
+#include <cmath>
+#include <fstream>
+
+#include "host/editor/commands/common.h"
+
+namespace dx::ed::cmd {
+
+struct LinDef {
+  std::string name, description;
+  std::vector<DxDbLinetypeTableRecord::Dash> dashes;
+  bool hasShapes = false;
+};
+
+// Reads every definition of a ".lin" file: "*NAME,description" then "A,dash,..." with
+// optional [text or shape] elements attached to the dash before them.
+std::vector<LinDef> readLinFile(const std::string& path, std::string& error) {
+  std::ifstream in(path);
+  std::vector<LinDef> defs;
+  if (!in) {
+    error = "cannot read \"" + path + "\"";
+    return defs;
+  }
+  std::string line;
+  LinDef* cur = nullptr;
+  int lineNo = 0;
+  while (std::getline(in, line)) {
+    ++lineNo;
+    while (!line.empty() && (line.back() == '\r' || line.back() == ' ')) line.pop_back();
+    if (line.empty() || line.rfind(";;", 0) == 0) continue;
+    if (line[0] == '*') {
+      size_t comma = line.find(',');
+      defs.push_back({line.substr(1, comma == std::string::npos ? std::string::npos : comma - 1),
+                      comma == std::string::npos ? "" : line.substr(comma + 1), {}, false});
+      cur = &defs.back();
+      continue;
+    }
+    if (!cur) continue;
+    // Split at commas outside brackets.
+    std::vector<std::string> parts;
+    std::string part;
+    int depth = 0;
+    for (char c : line) {
+      if (c == '[') ++depth;
+      if (c == ']') --depth;
+      if (c == ',' && depth == 0) {
+        parts.push_back(part);
+        part.clear();
+      } else {
+        part += c;
+      }
+    }
+    parts.push_back(part);
+    if (parts.empty() || !iequals(parts[0], "A")) continue;
+    for (size_t i = 1; i < parts.size(); ++i) {
+      std::string p = parts[i];
+      while (!p.empty() && p.front() == ' ') p.erase(0, 1);
+      if (!p.empty() && p.front() == '[') {
+        if (cur->dashes.empty()) continue;
+        std::string body = p.substr(1, p.rfind(']') == std::string::npos ? std::string::npos : p.rfind(']') - 1);
+        std::vector<std::string> fields;
+        std::string f;
+        bool quoted = false;
+        for (char c : body) {
+          if (c == '"') quoted = !quoted;
+          if (c == ',' && !quoted) {
+            fields.push_back(f);
+            f.clear();
+          } else {
+            f += c;
+          }
+        }
+        fields.push_back(f);
+        auto& d = cur->dashes.back();
+        if (!fields.empty() && fields[0].size() >= 2 && fields[0].front() == '"') {
+          d.shapeFlags = 2;
+          d.text = fields[0].substr(1, fields[0].size() - 2);
+          if (fields.size() > 1) {
+            DxDbObjectId style = findRecord(db()->textStyleTableId(), fields[1]);
+            d.style = style;
+          }
+        } else {
+          cur->hasShapes = true;  // shape elements need their SHX file: kept as plain dashes
+          continue;
+        }
+        for (size_t k = 2; k < fields.size(); ++k) {
+          std::string kv = fields[k];
+          size_t eq = kv.find('=');
+          if (eq == std::string::npos) continue;
+          std::string key = upper(kv.substr(0, eq));
+          while (!key.empty() && key.front() == ' ') key.erase(0, 1);
+          double v = 0;
+          parseDistance(kv.substr(eq + 1), v);
+          if (key == "S") d.scale = v;
+          else if (key == "X") d.xOffset = v;
+          else if (key == "Y") d.yOffset = v;
+          else if (key == "R" || key == "U" || key == "A") {
+            double r;
+            if (parseAngle(kv.substr(eq + 1), 0, r)) d.rotationRad = r;
+            if (key == "A") d.shapeFlags |= 1;
+            if (key == "U") d.shapeFlags |= 8;
+          }
+        }
+        continue;
+      }
+      double v;
+      if (!parseDistance(p, v)) {
+        error = path + ":" + std::to_string(lineNo) + ": \"" + p + "\" is not a dash length";
+        defs.pop_back();
+        cur = nullptr;
+        break;
+      }
+      DxDbLinetypeTableRecord::Dash d;
+      d.length = v;
+      cur->dashes.push_back(d);
+    }
+  }
+  return defs;
+}
+
+namespace {
+
+void loadLinetypes() {
+  std::string pattern;
+  if (askString("\nEnter linetype(s) to load: ", pattern, false) != RTNORM || pattern.empty()) return;
+  std::string file;
+  if (askString("\nEnter name of linetype file <acad.lin>: ", file) != RTNORM) return;
+  if (file.empty()) file = "acad.lin";
+  char found[1024];
+  if (dxedFindFile(file.c_str(), found, sizeof found) != RTNORM) {
+    say("\nCannot find file \"" + file + "\".\n");
+    return;
+  }
+  std::string error;
+  std::vector<LinDef> defs = readLinFile(found, error);
+  if (!error.empty()) say("\n" + error + "\n");
+  DxDbDatabase* d = db();
+  int loaded = 0;
+  for (const LinDef& def : defs) {
+    if (!wcMatch(def.name, pattern, true)) continue;
+    double total = 0;
+    for (auto& dash : def.dashes) total += std::fabs(dash.length);
+    DxDbObjectId existing = findRecord(d->linetypeTableId(), def.name);
+    if (!existing.isNull()) {
+      std::string kw;
+      int rc = askKeyword("\nLinetype \"" + def.name + "\" is already loaded.  Reload it? [Yes/No] <Y>: ",
+                          "Yes No", kw);
+      if (rc == RTCAN) return;
+      if (rc == RTNORM && kw == "No") continue;
+      Opened<DxDbLinetypeTableRecord> rec(existing, DxDb::kForWrite);
+      if (!rec) continue;
+      rec->setComments(def.description.c_str());
+      rec->setDashes(def.dashes);
+      rec->setPatternLength(total);
+    } else {
+      Opened<DxDbSymbolTable> table(d->linetypeTableId(), DxDb::kForWrite);
+      if (!table) return;
+      auto* rec = new DxDbLinetypeTableRecord();
+      rec->setName(def.name.c_str());
+      rec->setComments(def.description.c_str());
+      rec->setDashes(def.dashes);
+      rec->setPatternLength(total);
+      DxDbObjectId id;
+      if (table->add(id, rec) != Dxad::eOk) {
+        delete rec;
+        say("\nCannot add linetype \"" + def.name + "\".\n");
+        continue;
+      }
+      rec->close();
+    }
+    ++loaded;
+    say("\nLinetype \"" + def.name + "\" loaded." +
+        (def.hasShapes ? "  Its shapes are drawn as plain dashes." : "") + "\n");
+  }
+  if (!loaded) say("\nNo linetype matching \"" + pattern + "\" in " + std::string(found) + ".\n");
+}
+
+}  // namespace
+
+void cmdLinetype() {
+  Session& s = session();
+  for (;;) {
+    VarValue cur;
+    s.getVar("CELTYPE", cur);
+    std::string kw;
+    int rc = askKeyword("\nCurrent line type:  \"" + cur.text + "\"\nEnter an option [?/Load/Set]: ",
+                        "? Load Set", kw);
+    if (rc != RTNORM) return;
+    if (kw == "Load") {
+      loadLinetypes();
+    } else if (kw == "Set") {
+      std::string name;
+      if (askString("\nSpecify linetype name or [?] <" + cur.text + ">: ", name, false) != RTNORM) return;
+      if (name.empty()) continue;
+      VarValue v;
+      v.type = RTSTR;
+      v.text = name;
+      std::string why;
+      if (s.setVar("CELTYPE", v, &why) != RTNORM) say("\n" + why + "\n");
+    } else {
+      Opened<DxDbSymbolTable> table(db()->linetypeTableId(), DxDb::kForRead);
+      if (!table) continue;
+      for (auto id : table->recordIds()) {
+        Opened<DxDbLinetypeTableRecord> rec(id, DxDb::kForRead);
+        if (rec) say("\n" + rec->getName() + "  " + rec->comments() + "\n");
+      }
+    }
+  }
+}
+
+}  // namespace dx::ed::cmd

@@ -1,0 +1,122 @@
+#include "host/editor/core/driver.h"
+
+#include <fstream>
+#include <sstream>
+
+#include "host/editor/core/session.h"
+
+namespace dx::ed {
+
+TextSource::TextSource(std::string text, std::string name) : m_name(std::move(name)) {
+  std::string line;
+  std::istringstream in(text);
+  while (std::getline(in, line)) m_lines.push_back(line);
+}
+
+bool TextSource::readLine(const std::string&, std::string& line) {
+  if (m_next >= m_lines.size()) return false;
+  line = m_lines[m_next++];
+  return true;
+}
+
+std::string TextSource::where() const {
+  return m_name.empty() ? std::string() : m_name + ":" + std::to_string(m_next);
+}
+
+std::unique_ptr<InputSource> openScript(const std::string& path, std::string& error) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) {
+    error = "cannot read script \"" + path + "\"";
+    return nullptr;
+  }
+  std::stringstream ss;
+  ss << in.rdbuf();
+  std::string text = ss.str();
+  if (text.rfind("\xEF\xBB\xBF", 0) == 0) text.erase(0, 3);  // byte-order mark
+  return std::make_unique<TextSource>(text, path);
+}
+
+bool Driver::interactiveNow() const { return !m_sources.empty() && m_sources.back()->interactive(); }
+
+bool Driver::next(const std::string& prompt, Answer& a) {
+  while (m_tokens.empty()) {
+    if (m_sources.empty()) return false;
+    InputSource& src = *m_sources.back();
+    std::string line;
+    if (!src.readLine(prompt, line)) {
+      m_sources.pop_back();
+      continue;
+    }
+    m_lastWhere = src.where();
+    bool first = true;
+    for (Answer& t : tokenizeLine(line)) {
+      t.shown = src.interactive() && first;
+      first = false;
+      m_tokens.push_back(std::move(t));
+    }
+    if (src.interactive()) output().lineTypedByUser();
+  }
+  a = std::move(m_tokens.front());
+  m_tokens.pop_front();
+  return true;
+}
+
+int Driver::run() {
+  Session& s = Session::get();
+  s.init();
+  while (!s.quitRequested) {
+    for (auto& path : std::exchange(s.pendingScripts, {})) {
+      std::string err;
+      if (auto src = openScript(path, err)) {
+        m_tokens.clear();  // a script replaces what was typed after SCRIPT
+        push(std::move(src));
+      } else {
+        output().message("\n" + err + "\n");
+      }
+    }
+    Frame* t = s.top();
+    bool waiting = t && t->waiting;
+    std::string prompt = waiting ? t->prompt : "\nCommand: ";
+    Answer a;
+    if (!next(prompt, a)) {
+      if (t) {
+        std::string p = t->prompt;
+        while (!p.empty() && (p.front() == '\n' || p.front() == ' ')) p.erase(0, 1);
+        while (!p.empty() && (p.back() == ' ' || p.back() == '\n')) p.pop_back();
+        m_failure = "the input ended while " + s.cmdNames() + " was waiting for an answer to \"" + p + "\"";
+        output().message("\n" + p + "\n");
+        s.cancelAll();
+        return 1;
+      }
+      break;
+    }
+    if (waiting) {
+      s.feed(t, std::move(a));
+      continue;
+    }
+    if (!a.shown) {
+      output().message("\nCommand: ");
+      output().write(a.kind == Answer::Cancel ? "^C" : a.text);
+      output().endLine();
+    }
+    if (a.kind == Answer::Cancel) continue;
+    std::string word = a.text;
+    if (a.isEmpty()) {
+      // Enter repeats the last command at the keyboard; in a script it does nothing.
+      if (!interactiveNow() || s.lastCommandWord.empty()) continue;
+      word = s.lastCommandWord;
+    }
+    if (!s.startWord(word, nullptr, false, true)) {
+      output().message("\nUnknown command \"" + upper(word) + "\".  Type --list-commands for the commands.\n");
+      if (!interactiveNow()) {
+        m_failure = "unknown command \"" + word + "\"" + (m_lastWhere.empty() ? "" : " at " + m_lastWhere);
+        return 1;
+      }
+      continue;
+    }
+    s.lastCommandWord = word;
+  }
+  return 0;
+}
+
+}  // namespace dx::ed

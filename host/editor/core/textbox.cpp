@@ -1,0 +1,180 @@
+// Text extents from the text style's font, measured with FreeType. A style font that
+// fontconfig cannot find (SHX fonts, missing TrueType files) falls back to DejaVu Sans.
+#include <fontconfig/fontconfig.h>
+#include <ft2build.h>
+#include FT_FREETYPE_H
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <map>
+#include <memory>
+
+#include "host/editor/core/session.h"
+
+namespace fs = std::filesystem;
+
+namespace dx::ed {
+namespace {
+
+struct FontCache {
+  FT_Library lib = nullptr;
+  std::map<std::string, FT_Face> faces;  // by requested font
+  FontCache() { FT_Init_FreeType(&lib); }
+  ~FontCache() {
+    for (auto& [k, f] : faces)
+      if (f) FT_Done_Face(f);
+    if (lib) FT_Done_FreeType(lib);
+  }
+};
+
+FontCache& cache() {
+  static FontCache c;
+  return c;
+}
+
+std::string fontconfigFile(const std::string& pattern) {
+  if (!FcInit()) return "";
+  FcPattern* pat = FcNameParse(reinterpret_cast<const FcChar8*>(pattern.c_str()));
+  if (!pat) return "";
+  FcConfigSubstitute(nullptr, pat, FcMatchPattern);
+  FcDefaultSubstitute(pat);
+  FcResult res;
+  FcPattern* match = FcFontMatch(nullptr, pat, &res);
+  std::string file;
+  if (match) {
+    FcChar8* f = nullptr;
+    if (FcPatternGetString(match, FC_FILE, 0, &f) == FcResultMatch && f) file = reinterpret_cast<char*>(f);
+    // Only an exact family match counts; otherwise fontconfig hands any font back.
+    FcChar8* fam = nullptr;
+    FcChar8* want = nullptr;
+    if (FcPatternGetString(match, FC_FAMILY, 0, &fam) == FcResultMatch &&
+        FcPatternGetString(pat, FC_FAMILY, 0, &want) == FcResultMatch && fam && want &&
+        !iequals(reinterpret_cast<char*>(fam), reinterpret_cast<char*>(want)))
+      file.clear();
+    FcPatternDestroy(match);
+  }
+  FcPatternDestroy(pat);
+  return file;
+}
+
+// The face of a style: its font file (by path, or by name through fontconfig), its
+// family, or the fallback.
+FT_Face faceFor(const std::string& fontFile, const std::string& family) {
+  FontCache& c = cache();
+  std::string key = fontFile + "|" + family;
+  auto it = c.faces.find(key);
+  if (it != c.faces.end()) return it->second;
+  std::vector<std::string> candidates;
+  std::error_code ec;
+  if (!fontFile.empty() && fs::exists(fontFile, ec)) candidates.push_back(fontFile);
+  if (!family.empty()) candidates.push_back(fontconfigFile(family));
+  if (!fontFile.empty()) {
+    std::string stem = fs::path(fontFile).stem().string();
+    std::string ext = upper(fs::path(fontFile).extension().string());
+    if (ext == ".TTF" || ext == ".OTF" || ext == ".TTC") candidates.push_back(fontconfigFile(stem));
+  }
+  candidates.push_back(fontconfigFile("DejaVu Sans"));
+  candidates.push_back("/usr/share/fonts/truetype/dejavu/DejaVuSans.ttf");
+  FT_Face face = nullptr;
+  for (auto& f : candidates) {
+    if (f.empty()) continue;
+    if (FT_New_Face(c.lib, f.c_str(), 0, &face) == 0) break;
+    face = nullptr;
+  }
+  c.faces[key] = face;
+  return face;
+}
+
+}  // namespace
+
+// Width and vertical extent of a string at a height; false when no font can be loaded.
+bool measureText(const std::string& text, const std::string& fontFile, const std::string& family,
+                 double height, double widthFactor, double& width, double& yMin, double& yMax) {
+  FT_Face face = faceFor(fontFile, family);
+  if (!face) return false;
+  FT_Set_Char_Size(face, 0, 64 * 100, 72, 72);
+  // Text height is the height of capitals; measure "H" to scale font units to it.
+  double cap = 0;
+  if (FT_Load_Char(face, 'H', FT_LOAD_NO_SCALE) == 0) cap = face->glyph->metrics.height;
+  if (cap <= 0) cap = face->units_per_EM * 0.7;
+  double scale = height / cap;
+  double pen = 0, lo = 0, hi = 0;
+  FT_UInt prev = 0;
+  // UTF-8 decode.
+  for (size_t i = 0; i < text.size();) {
+    unsigned char ch = static_cast<unsigned char>(text[i]);
+    uint32_t cp = ch;
+    int extra = ch >= 0xF0 ? 3 : ch >= 0xE0 ? 2 : ch >= 0xC0 ? 1 : 0;
+    if (extra) cp = ch & (0x3F >> extra);
+    for (int k = 1; k <= extra && i + size_t(k) < text.size(); ++k)
+      cp = (cp << 6) | (static_cast<unsigned char>(text[i + size_t(k)]) & 0x3F);
+    i += size_t(extra) + 1;
+    FT_UInt glyph = FT_Get_Char_Index(face, cp);
+    if (prev && glyph && FT_HAS_KERNING(face)) {
+      FT_Vector k;
+      if (FT_Get_Kerning(face, prev, glyph, FT_KERNING_UNSCALED, &k) == 0) pen += k.x;
+    }
+    if (FT_Load_Glyph(face, glyph, FT_LOAD_NO_SCALE) != 0) continue;
+    const FT_Glyph_Metrics& m = face->glyph->metrics;
+    lo = std::min(lo, double(m.horiBearingY - m.height));
+    hi = std::max(hi, double(m.horiBearingY));
+    pen += m.horiAdvance;
+    prev = glyph;
+  }
+  width = pen * scale * widthFactor;
+  yMin = lo * scale;
+  yMax = std::max(hi * scale, text.empty() ? 0.0 : height);
+  return true;
+}
+
+}  // namespace dx::ed
+
+int dxedTextBox(const resbuf* ent, dx_point p1, dx_point p2) {
+  using namespace dx::ed;
+  if (!ent || !p1 || !p2) return RTERROR;
+  std::string text, styleName = "Standard";
+  double height = 0, widthFactor = 0;
+  bool haveHeight = false, haveWidth = false;
+  for (const resbuf* rb = ent; rb; rb = rb->rbnext) {
+    switch (rb->restype) {
+      case 1: text = rb->resval.rstring ? rb->resval.rstring : ""; break;
+      case 7: styleName = rb->resval.rstring ? rb->resval.rstring : "Standard"; break;
+      case 40: height = rb->resval.rreal, haveHeight = true; break;
+      case 41: widthFactor = rb->resval.rreal, haveWidth = true; break;
+      case -1: {
+        // An entity name alone: read the text from the drawing.
+        if (ent->rbnext) break;
+        resbuf* list = dxdbEntGet(rb->resval.rlname);
+        if (!list) return RTERROR;
+        int rc = dxedTextBox(list, p1, p2);
+        dxutRelRb(list);
+        return rc;
+      }
+      default: break;
+    }
+  }
+  std::string fontFile, family;
+  double styleWidth = 1, styleHeight = 0;
+  if (DxDbDatabase* db = Session::get().current() ? Session::get().current()->database() : nullptr) {
+    Opened<DxDbTextStyleTable> table(db->textStyleTableId(), DxDb::kForRead);
+    DxDbObjectId sid;
+    if (table && table->getIdAt(styleName.c_str(), sid) == Dxad::eOk) {
+      table.close();
+      Opened<DxDbTextStyleTableRecord> style(sid, DxDb::kForRead);
+      if (style) {
+        fontFile = style->fileName();
+        family = style->fontFamily();
+        styleWidth = style->xScale();
+        styleHeight = style->textSize();
+      }
+    }
+  }
+  if (!haveHeight || height <= 0) height = styleHeight > 0 ? styleHeight : Session::get().getReal("TEXTSIZE");
+  if (!haveWidth || widthFactor <= 0) widthFactor = styleWidth > 0 ? styleWidth : 1;
+  double w, lo, hi;
+  if (!measureText(text, fontFile, family, height, widthFactor, w, lo, hi)) return RTERROR;
+  p1[0] = 0, p1[1] = lo, p1[2] = 0;
+  p2[0] = w, p2[1] = hi, p2[2] = 0;
+  return RTNORM;
+}
