@@ -2,30 +2,44 @@
 
 namespace {
 
-constexpr std::uint32_t Rgb(std::uint8_t r, std::uint8_t g, std::uint8_t b) {
-  return r | (std::uint32_t{g} << 8) | (std::uint32_t{b} << 16);
-}
+struct PresetPen {
+  std::uint32_t screenRgb, screenWidth, printRgb, printWidth;
+  double dotRadius;
+};
 
-// Pens 0..9 of a fresh drawing: background, then the colours JW_CAD users know by number.
-constexpr std::uint32_t kPresetPenRgb[10] = {
-    Rgb(255, 255, 255), Rgb(0, 255, 255), Rgb(0, 0, 0),     Rgb(0, 255, 0),   Rgb(255, 255, 0),
-    Rgb(255, 0, 255),   Rgb(0, 0, 255),   Rgb(0, 128, 128), Rgb(255, 0, 128), Rgb(128, 128, 128)};
+// Pens 0..9 of a fresh drawing, as JW_CAD presets them: 0 is the background, then
+// light blue, black, green, yellow, magenta, blue, dark cyan, deep pink and grey.
+constexpr PresetPen kPresetPens[10] = {
+    {0xFFFFFF, 1, 0xFFFFFF, 1, 1.0}, {0xC0C000, 1, 0xFFFF00, 1, 0.2},
+    {0x000000, 1, 0x000000, 2, 0.3}, {0x00C000, 1, 0x00FF00, 3, 0.4},
+    {0x00C0C0, 1, 0x00FFFF, 4, 0.5}, {0xC000C0, 1, 0xFF00FF, 5, 0.5},
+    {0xFF0000, 2, 0xFF0000, 6, 0.5}, {0x808000, 3, 0x808000, 7, 0.5},
+    {0x8000FF, 5, 0x0000FF, 8, 0.5}, {0xC0C0C0, 1, 0xC0C0C0, 1, 1.0}};
 
-// Dash patterns of line types 2..9, one bit per dot, drawn from the low bit.
-constexpr std::uint32_t kPresetPatterns[8] = {0xFFFF00FF, 0xFF00FF00, 0xF0F0F0F0, 0xFFF0FF00,
-                                              0xFFF0F0F0, 0xFFFF0F0F, 0xCCCCCCCC, 0xFFFF3C3C};
+// Line types 2..9: dash pattern (one bit per dot), dots per bit, pitch, print pitch.
+struct PresetLineType {
+  std::uint32_t pattern, unit, pitch, printPitch;
+};
+constexpr PresetLineType kPresetLineTypes[8] = {
+    {0x99999999, 4, 1, 10},  {0xC3C3C3C3, 8, 1, 10}, {0xE7E7E7E7, 8, 1, 10},
+    {0xF99FF99F, 16, 1, 10}, {0xFFF99FFF, 32, 1, 10}, {0xF24FF24F, 16, 1, 10},
+    {0xFFF24FFF, 32, 1, 10}, {0x22222222, 4, 1, 10}};
 
 }  // namespace
 
 JwwHeader::JwwHeader() {
   for (std::size_t i = 0; i < 10; ++i) {
-    penColors[i].rgb = kPresetPenRgb[i];
-    pens[i].rgb = kPresetPenRgb[i];
+    const PresetPen& p = kPresetPens[i];
+    penColors[i] = {p.screenRgb, p.screenWidth};
+    pens[i].rgb = p.printRgb;
+    pens[i].width = p.printWidth;
+    pens[i].dotRadius = p.dotRadius;
   }
   for (std::size_t i = 0; i < 8; ++i) {
-    lineTypes.pattern[i + 2] = kPresetPatterns[i];
-    lineTypes.unit[i + 2] = 1;
-    lineTypes.pitch[i + 2] = 1;
-    lineTypes.printPitch[i + 2] = 1;
+    const PresetLineType& t = kPresetLineTypes[i];
+    lineTypes.pattern[i + 2] = t.pattern;
+    lineTypes.unit[i + 2] = t.unit;
+    lineTypes.pitch[i + 2] = t.pitch;
+    lineTypes.printPitch[i + 2] = t.printPitch;
   }
 }

@@ -48,6 +48,20 @@ TEST_F(JwwSampleFiles, Test1HoldsItsKnownRecordsAndJapaneseText) {
   EXPECT_EQ(e.texts[1].content, "　敷地線を複線で５ｍ(5000mm)の位置");
   EXPECT_EQ(doc.header.layerNames[0][0], "　敷地");
   EXPECT_EQ(doc.header.layerNames[0][10], "#lv4");
+  // Header columns land where JW_CAD put them: group scale 1:100, pen 2 black and
+  // pen 3 green (red in the low byte), the dotted pattern of line type 2, the names
+  // of the named line patterns, print widths growing with the pen number.
+  const JwwHeader& h = doc.header;
+  EXPECT_EQ(h.layerGroups[0].scale, 100.0);
+  EXPECT_EQ(h.PenRgb(2), 0x000000u);
+  EXPECT_EQ(h.PenRgb(3), 0x00C000u);
+  EXPECT_EQ(h.PenRgb(6), 0xFF0000u);
+  EXPECT_EQ(h.pens[8].width, 8u);
+  EXPECT_EQ(h.lineTypes.pattern[2], 0x99999999u);
+  EXPECT_EQ(h.lineTypes.unit[5], 16u);
+  EXPECT_EQ(h.lineTypes.printPitch[16], 20u);
+  EXPECT_EQ(h.linePatterns[1].name, "continuous");
+  EXPECT_EQ(h.linePatterns[2].name, "dashed");
   // Layer and group numbers read from the right bytes stay in range.
   for (const JwwLine& l : e.lines) {
     ASSERT_LT(l.head.layer, 16);
