@@ -1,27 +1,46 @@
-// draxel: the embedded host's console program.
-#include <cstdio>
-#include <cstring>
-#include <map>
-#include <string>
+// draxel: the headless CAD host on the command line.
+//
+//   draxel plan.dxf -s tidy.scr -o plan-tidy.dxf    run a script on a drawing and save it
+//   draxel plan.dxf -c "ERASE ALL \"\"" -o out.dxf  run a one-liner
+//   draxel plan.dxf                                 the interactive command line
+#include <dlfcn.h>
+#include <unistd.h>
 
-#include "hostapi/db.h"
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <iostream>
+#include <map>
+
+#include "host/console/readline_source.h"
+#include "host/console/report.h"
+#include "host/editor/core/driver.h"
+#include "host/editor/core/session.h"
 
 namespace {
 
-void usage(FILE* out) {
-  std::fputs(
-      "Usage: draxel [options] [DRAWING.dxf]\n"
-      "\n"
-      "Opens a DXF drawing (ASCII or binary, R12 to R2018) and saves it again.\n"
-      "\n"
-      "Options:\n"
-      "  -o, --output FILE    save the drawing to FILE at the end\n"
-      "  --version VER        file version to save: AC1014, AC1015, AC1018, AC1021,\n"
-      "                       AC1024, AC1027 or AC1032 (default: the version the\n"
-      "                       drawing was read in; AC1032 for new and R12 drawings)\n"
-      "  --report             print what the drawing holds\n"
-      "  -h, --help           show this help\n",
-      out);
+using EntryPoint = int (*)(int, void*);
+
+struct Module {
+  void* handle = nullptr;
+  EntryPoint entry = nullptr;
+};
+
+bool loadModule(const std::string& path, std::vector<Module>& modules) {
+  void* h = dlopen(path.c_str(), RTLD_NOW | RTLD_GLOBAL);
+  if (!h) {
+    std::fprintf(stderr, "draxel: cannot load module '%s': %s\n", path.c_str(), dlerror());
+    return false;
+  }
+  auto entry = reinterpret_cast<EntryPoint>(dlsym(h, "dxrxEntryPoint"));
+  if (!entry) {
+    std::fprintf(stderr, "draxel: '%s' has no dxrxEntryPoint\n", path.c_str());
+    dlclose(h);
+    return false;
+  }
+  entry(DxRx::kInitAppMsg, h);
+  entry(DxRx::kLoadDwgMsg, nullptr);
+  modules.push_back({h, entry});
+  return true;
 }
 
 bool parseVersion(const std::string& v, DxDbDwgVersion& out) {
@@ -35,82 +54,137 @@ bool parseVersion(const std::string& v, DxDbDwgVersion& out) {
   return true;
 }
 
-void report(DxDbDatabase& db) {
-  std::printf("Version: %s\n", db.originalFileVersion());
-  DxDbBlockTable* bt = nullptr;
-  if (db.getSymbolTable(bt, DxDb::kForRead) != Dxad::eOk) return;
-  for (DxDbObjectId btrId : bt->recordIds()) {
-    DxDbBlockTableRecord* btr = nullptr;
-    if (dxdbOpenObject(btr, btrId, DxDb::kForRead) != Dxad::eOk) continue;
-    std::map<std::string, int> counts;
-    for (DxDbObjectId id : btr->entityIds()) {
-      DxRxClass* c = id.objectClass();
-      counts[c ? c->dxfName() : "?"]++;
-    }
-    bool layout = btr->isLayout();
-    if (layout || !counts.empty()) {
-      std::printf("%s %s:", layout ? "Layout" : "Block", btr->name());
-      if (counts.empty()) std::printf(" empty");
-      for (auto& [k, n] : counts) std::printf(" %s=%d", k.empty() ? "other" : k.c_str(), n);
-      std::printf("\n");
-    }
-    btr->close();
-  }
-  bt->close();
-  DxDbLayerTable* lt = nullptr;
-  if (db.getSymbolTable(lt, DxDb::kForRead) == Dxad::eOk) {
-    std::printf("Layers:");
-    for (DxDbObjectId id : lt->recordIds()) {
-      DxDbLayerTableRecord* l = nullptr;
-      if (dxdbOpenObject(l, id, DxDb::kForRead) != Dxad::eOk) continue;
-      std::printf(" %s", l->name());
-      l->close();
-    }
-    std::printf("\n");
-    lt->close();
-  }
+std::string hex(int32_t v) {
+  char buf[16];
+  std::snprintf(buf, sizeof buf, "0x%X", unsigned(v));
+  return buf;
+}
+
+std::string readAll(std::istream& in) {
+  std::string text, line;
+  while (std::getline(in, line)) text += line + "\n";
+  return text;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::string in, out;
-  DxDbDwgVersion ver = DxDb::kDHL_1032;
-  bool verGiven = false;
-  bool doReport = false;
-  for (int i = 1; i < argc; ++i) {
-    std::string a = argv[i];
-    if (a == "-h" || a == "--help") {
-      usage(stdout);
-      return 0;
-    } else if ((a == "-o" || a == "--output") && i + 1 < argc) {
-      out = argv[++i];
-    } else if (a == "--version" && i + 1 < argc) {
-      verGiven = true;
-      if (!parseVersion(argv[++i], ver)) {
-        std::fprintf(stderr, "draxel: unknown file version '%s'\n", argv[i]);
-        return 2;
+  CLI::App app{"draxel: opens a drawing (DXF, ASCII or binary, R12 to R2018), runs commands from\n"
+               "scripts, one-liners or the interactive command line, and saves it.",
+               "draxel"};
+  std::string drawing, output, version;
+  bool report = false, listCommands = false;
+  std::vector<std::string> scripts, commands, modules;
+  app.add_option("drawing", drawing, "drawing to open (a new drawing when absent)");
+  auto* scriptOpt = app.add_option("-s,--script", scripts, "run a script file (\"-\": standard input)");
+  auto* commandOpt = app.add_option("-c,--command", commands, "run a line of commands and answers");
+  app.add_option("-o,--output", output, "save the drawing to FILE at the end");
+  app.add_option("--version", version,
+                 "file version to save: AC1014, AC1015, AC1018, AC1021, AC1024, AC1027 or AC1032\n"
+                 "(default: the version the drawing was read in; AC1032 for new and R12 drawings)");
+  app.add_flag("--report", report, "print what the drawing holds at the end");
+  app.add_flag("--list-commands", listCommands,
+               "print every registered command: group, global name, local name, flags");
+  app.add_option("--load", modules, "load a module (.drx) before running");
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::CallForHelp&) {
+    std::cout << app.help();
+    return 0;
+  } catch (const CLI::ParseError& e) {
+    std::fprintf(stderr, "draxel: %s (see draxel --help)\n", e.what());
+    return 2;
+  }
+  DxDbDwgVersion saveVersion = DxDb::kDHL_1032;
+  if (!version.empty() && !parseVersion(version, saveVersion)) {
+    std::fprintf(stderr, "draxel: unknown file version '%s'\n", version.c_str());
+    return 2;
+  }
+
+  using namespace dx::ed;
+  Session& s = Session::get();
+  s.init();
+  if (!drawing.empty()) {
+    std::string err;
+    Document* doc = s.openDocument(drawing, err);
+    if (!doc) {
+      std::fprintf(stderr, "draxel: %s\n", err.c_str());
+      return 1;
+    }
+    if (version.empty()) parseVersion(doc->database()->originalFileVersion(), saveVersion);
+    Document* blank = s.current();
+    s.setCurrent(doc);
+    s.closeDocument(blank);
+  }
+  std::vector<Module> loaded;
+  for (auto& m : modules)
+    if (!loadModule(m, loaded)) return 1;
+
+  if (listCommands) {
+    for (const DxEdCommand* c : dxedRegCmds()->commands())
+      std::printf("%s %s %s %s\n", c->group.c_str(), c->globalName.c_str(), c->localName.c_str(),
+                  hex(c->flags).c_str());
+    std::fflush(stdout);
+    std::_Exit(0);
+  }
+
+  // Scripts and one-liners run in the order they were given.
+  std::vector<std::unique_ptr<InputSource>> sources;
+  size_t si = 0, ci = 0;
+  for (CLI::Option* opt : app.parse_order()) {
+    if (opt == scriptOpt && si < scripts.size()) {
+      const std::string& path = scripts[si++];
+      if (path == "-") {
+        sources.push_back(std::make_unique<TextSource>(readAll(std::cin), "stdin"));
+        continue;
       }
-    } else if (a == "--report") {
-      doReport = true;
-    } else if (!a.empty() && a[0] == '-') {
-      std::fprintf(stderr, "draxel: unknown option '%s' (see draxel --help)\n", a.c_str());
-      return 2;
-    } else {
-      in = a;
+      std::string err;
+      auto src = openScript(path, err);
+      if (!src) {
+        std::fprintf(stderr, "draxel: %s\n", err.c_str());
+        return 1;
+      }
+      sources.push_back(std::move(src));
+    } else if (opt == commandOpt && ci < commands.size()) {
+      sources.push_back(std::make_unique<TextSource>(commands[ci++], "-c"));
     }
   }
-  DxDbDatabase db(in.empty(), false);
-  dxdbHostApplicationServices()->setWorkingDatabase(&db);
-  if (!in.empty() && db.readDwgFile(in.c_str()) != Dxad::eOk) {
-    std::fprintf(stderr, "draxel: cannot read '%s': %s\n", in.c_str(), db.lastError().c_str());
-    return 1;
+  // Without scripts: the keyboard when there is one, else nothing more to do.
+  bool interactive = sources.empty() && output.empty() && !report && isatty(0);
+
+  Driver driver;
+  for (auto it = sources.rbegin(); it != sources.rend(); ++it) driver.push(std::move(*it));
+  if (interactive) {
+    s.scripted = false;
+    driver.push(dx::console::makeReadlineSource());
   }
-  if (!in.empty() && !verGiven) parseVersion(db.originalFileVersion(), ver);
-  if (doReport) report(db);
-  if (!out.empty() && db.saveAs(out.c_str(), ver) != Dxad::eOk) {
-    std::fprintf(stderr, "draxel: cannot save '%s': %s\n", out.c_str(), db.lastError().c_str());
-    return 1;
+  int status = driver.run();
+  output().endLine();
+  std::fflush(stdout);
+  if (status != 0) {
+    std::fprintf(stderr, "draxel: stopped: %s%s\n", driver.failure().c_str(),
+                 output.empty() ? "" : ("; " + output + " was not written").c_str());
+    for (auto& m : loaded) m.entry(DxRx::kUnloadAppMsg, nullptr);
+    std::fflush(stderr);
+    std::_Exit(1);
   }
-  return 0;
+  int rc = 0;
+  Document* doc = s.current();
+  if (report && doc) std::fputs(dx::console::drawingReport(doc->database(), doc->fileName()).c_str(), stdout);
+  if (!output.empty()) {
+    if (!doc) {
+      std::fprintf(stderr, "draxel: no drawing to save\n");
+      rc = 1;
+    } else if (doc->database()->saveAs(output.c_str(), saveVersion) != Dxad::eOk) {
+      std::fprintf(stderr, "draxel: cannot save '%s': %s\n", output.c_str(),
+                   doc->database()->lastError().c_str());
+      rc = 1;
+    }
+  }
+  for (auto& m : loaded) m.entry(DxRx::kUnloadAppMsg, nullptr);
+  std::fflush(stdout);
+  std::fflush(stderr);
+  // Drawings and the session live to the end of the process: modules may still hold
+  // references into them.
+  std::_Exit(rc);
 }
