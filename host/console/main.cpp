@@ -72,13 +72,13 @@ int main(int argc, char** argv) {
   CLI::App app{"draxel: opens a drawing (DXF, ASCII or binary, R12 to R2018), runs commands from\n"
                "scripts, one-liners or the interactive command line, and saves it.",
                "draxel"};
-  std::string drawing, output, version;
+  std::string drawing, outPath, version;
   bool report = false, listCommands = false;
   std::vector<std::string> scripts, commands, modules;
   app.add_option("drawing", drawing, "drawing to open (a new drawing when absent)");
   auto* scriptOpt = app.add_option("-s,--script", scripts, "run a script file (\"-\": standard input)");
   auto* commandOpt = app.add_option("-c,--command", commands, "run a line of commands and answers");
-  app.add_option("-o,--output", output, "save the drawing to FILE at the end");
+  app.add_option("-o,--output", outPath, "save the drawing to FILE at the end");
   app.add_option("--version", version,
                  "file version to save: AC1014, AC1015, AC1018, AC1021, AC1024, AC1027 or AC1032\n"
                  "(default: the version the drawing was read in; AC1032 for new and R12 drawings)");
@@ -150,7 +150,7 @@ int main(int argc, char** argv) {
     }
   }
   // Without scripts: the keyboard when there is one, else nothing more to do.
-  bool interactive = sources.empty() && output.empty() && !report && isatty(0);
+  bool interactive = sources.empty() && outPath.empty() && !report && isatty(0);
 
   Driver driver;
   for (auto it = sources.rbegin(); it != sources.rend(); ++it) driver.push(std::move(*it));
@@ -163,7 +163,7 @@ int main(int argc, char** argv) {
   std::fflush(stdout);
   if (status != 0) {
     std::fprintf(stderr, "draxel: stopped: %s%s\n", driver.failure().c_str(),
-                 output.empty() ? "" : ("; " + output + " was not written").c_str());
+                 outPath.empty() ? "" : ("; " + outPath + " was not written").c_str());
     for (auto& m : loaded) m.entry(DxRx::kUnloadAppMsg, nullptr);
     std::fflush(stderr);
     std::_Exit(1);
@@ -171,12 +171,12 @@ int main(int argc, char** argv) {
   int rc = 0;
   Document* doc = s.current();
   if (report && doc) std::fputs(dx::console::drawingReport(doc->database(), doc->fileName()).c_str(), stdout);
-  if (!output.empty()) {
+  if (!outPath.empty()) {
     if (!doc) {
       std::fprintf(stderr, "draxel: no drawing to save\n");
       rc = 1;
-    } else if (doc->database()->saveAs(output.c_str(), saveVersion) != Dxad::eOk) {
-      std::fprintf(stderr, "draxel: cannot save '%s': %s\n", output.c_str(),
+    } else if (doc->database()->saveAs(outPath.c_str(), saveVersion) != Dxad::eOk) {
+      std::fprintf(stderr, "draxel: cannot save '%s': %s\n", outPath.c_str(),
                    doc->database()->lastError().c_str());
       rc = 1;
     }

@@ -4,10 +4,24 @@
 #include <algorithm>
 #include <unordered_map>
 
+#include "host/db/database_impl.h"
 #include "host/editor/core/session.h"
 
 namespace dx::ed {
 namespace {
+
+// clone() keeps the source's identity (stub, owner, open state); a copy meant for another
+// database must start without any.
+template <class T>
+T* detachedClone(const T* o) {
+  auto* c = static_cast<T*>(o->clone());
+  dx::db::Access::stub(*c) = nullptr;
+  dx::db::Access::owner(*c) = DxDbObjectId();
+  dx::db::Access::xdict(*c) = DxDbObjectId();
+  dx::db::Access::openCount(*c) = 0;
+  dx::db::Access::openWrite(*c) = false;
+  return c;
+}
 
 class Copier {
  public:
@@ -27,7 +41,7 @@ class Copier {
       if (table) table->getIdAt(name.c_str(), found);
     }
     if (found.isNull() && !DxRxObject::cast<DxDbBlockTableRecord>(src.get())) {
-      auto* copy = static_cast<DxDbSymbolTableRecord*>(src->clone());
+      auto* copy = detachedClone(src.get());
       src.close();
       // A layer's linetype is a reference of its own.
       if (auto* layer = DxRxObject::cast<DxDbLayerTableRecord>(copy)) {
@@ -59,7 +73,7 @@ class Copier {
     for (DxDbObjectId id : ids) {
       Opened<DxDbEntity> e(id, DxDb::kForRead);
       if (!e) continue;
-      auto* copy = static_cast<DxDbEntity*>(e->clone());
+      auto* copy = detachedClone(e.get());
       DxDbObjectId layer = e->layerId(), lt = e->linetypeId();
       std::vector<std::pair<DxDbAttribute*, DxDbObjectId>> attributes;
       DxDbObjectId nested;
@@ -67,7 +81,7 @@ class Copier {
         nested = ref->blockTableRecord();
         for (DxDbObjectId a : ref->attributeIds()) {
           Opened<DxDbAttribute> att(a, DxDb::kForRead);
-          if (att) attributes.emplace_back(static_cast<DxDbAttribute*>(att->clone()), att->textStyle());
+          if (att) attributes.emplace_back(detachedClone(att.get()), att->textStyle());
         }
       }
       DxDbObjectId style;

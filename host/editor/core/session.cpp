@@ -84,19 +84,21 @@ Document* Session::newDocument() {
 Document* Session::openDocument(const std::string& path, std::string& error) {
   std::error_code ec;
   if (!fs::exists(path, ec)) {
-    error = "cannot open \"" + path + "\": no such file";
+    error = "cannot read '" + path + "': no such file";
     return nullptr;
   }
   if (fs::is_directory(path, ec)) {
-    error = "cannot open \"" + path + "\": it is a folder";
+    error = "cannot read '" + path + "': it is a folder";
     return nullptr;
   }
   auto db = std::make_unique<DxDbDatabase>(false);
   if (db->readDwgFile(path.c_str()) != Dxad::eOk) {
-    error = "cannot read \"" + path + "\": " +
+    error = "cannot read '" + path + "': " +
             (db->lastError().empty() ? std::string("not a drawing file") : db->lastError());
     return nullptr;
   }
+  // What the reader did to objects is not a command's doing: start the report afresh.
+  db->takeDisciplineReport();
   m_docs.push_back(std::make_unique<Document>(std::move(db), fs::absolute(path).string()));
   Document* doc = m_docs.back().get();
   for (auto* r : std::vector(docReactors)) r->documentCreated(doc);
@@ -156,6 +158,7 @@ Frame* Session::running() const {
 std::string Session::cmdNames() const {
   std::string s;
   for (auto& f : m_frames) {
+    if (f->name == "SETVAR" && f->topLevel && m_frames.size() == 1) continue;  // the asking itself
     if (!s.empty()) s += '\'';
     s += f->name;
   }
