@@ -1,0 +1,331 @@
+#!/usr/bin/python3
+"""draxel as a user drives it: scripts and one-liners on DXF drawings, results read back
+with ezdxf (an independent reader), undo compared with dxfcompare.
+
+Environment: DRAXEL (the program), DX_TOOLS (tests/tools with dxfcompare.py).
+"""
+
+import os
+import pty
+import select
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+import ezdxf
+
+DRAXEL = os.environ.get("DRAXEL", "draxel")
+TOOLS = os.environ.get("DX_TOOLS", os.path.join(os.path.dirname(__file__), "..", "tools"))
+
+
+def run(*args, stdin=subprocess.DEVNULL):
+    return subprocess.run([DRAXEL, *args], capture_output=True, text=True, timeout=120, stdin=stdin)
+
+
+def same_drawing(a, b):
+    r = subprocess.run([sys.executable, os.path.join(TOOLS, "dxfcompare.py"), a, b],
+                       capture_output=True, text=True, timeout=120)
+    return r.returncode == 0, r.stdout + r.stderr
+
+
+class Drawing(unittest.TestCase):
+    def setUp(self):
+        self.tmpdir = tempfile.TemporaryDirectory()
+        self.tmp = self.tmpdir.name
+        doc = ezdxf.new("R2018")
+        msp = doc.modelspace()
+        doc.layers.add("WALLS", color=1)
+        doc.layers.add("LOCKED").lock()
+        msp.add_line((0, 0), (10, 0), dxfattribs={"layer": "WALLS"})
+        msp.add_circle((20, 20), 5)
+        msp.add_line((0, 5), (10, 5), dxfattribs={"layer": "LOCKED"})
+        inner = doc.blocks.new("INNER")
+        inner.add_circle((0, 0), 1)
+        door = doc.blocks.new("DOOR")
+        door.add_line((0, 0), (1, 0))
+        door.add_attdef("TAG", (0, 1), dxfattribs={"prompt": "Door tag"})
+        door.add_blockref("INNER", (3, 0))
+        ref = msp.add_blockref("DOOR", (50, 50))
+        ref.add_attrib("TAG", "D1", (50, 51))
+        msp.add_lwpolyline([(100, 0), (110, 0), (110, 10)], close=True)
+        self.base = self.path("base.dxf")
+        doc.saveas(self.base)
+        part = ezdxf.new("R2018")
+        pb = part.blocks.new("PIN")
+        pb.add_circle((0, 0), 0.5)
+        part.modelspace().add_line((0, 0), (2, 0))
+        part.modelspace().add_blockref("PIN", (1, 1))
+        part.saveas(self.path("part.dxf"))
+
+    def tearDown(self):
+        self.tmpdir.cleanup()
+
+    def path(self, name):
+        return os.path.join(self.tmp, name)
+
+    def script(self, text, out="out.dxf", drawing=None):
+        scr = self.path("run.scr")
+        with open(scr, "w") as f:
+            f.write(text)
+        out = self.path(out)
+        r = run(drawing or self.base, "-s", scr, "-o", out)
+        return r, out
+
+    def types(self, path, layout="msp"):
+        doc = ezdxf.readfile(path)
+        return sorted(e.dxftype() for e in doc.modelspace())
+
+    def roundtrip(self):
+        """The base drawing opened and saved by draxel with nothing done to it."""
+        rt = self.path("roundtrip.dxf")
+        if not os.path.exists(rt):
+            self.assertEqual(run(self.base, "-o", rt).returncode, 0)
+        return rt
+
+    def assert_undo_gives_back(self, steps_script):
+        """The script's changes, then U for each command: the drawing as it was."""
+        r, out = self.script(steps_script, out="undone.dxf")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        ok, diff = same_drawing(self.roundtrip(), out)
+        self.assertTrue(ok, diff)
+
+
+class HostCommands(Drawing):
+    def test_line_draws_segments_and_close(self):
+        r, out = self.script("LINE 0,0 10,10 \"\"\nLINE 200,0 210,0 205,8 C\n")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        lines = [e for e in ezdxf.readfile(out).modelspace().query("LINE")]
+        ends = sorted((tuple(e.dxf.start)[:2], tuple(e.dxf.end)[:2]) for e in lines)
+        self.assertIn(((0, 0), (10, 10)), ends)
+        self.assertIn(((205, 8), (200, 0)), ends)  # Close goes back to the first point
+        self.assertEqual(len(lines), 2 + 1 + 3)
+        self.assertIn("Specify next point or [Close/Undo]: C", r.stdout)
+
+    def test_erase_by_pick_window_and_handle_skips_locked_layers(self):
+        doc = ezdxf.readfile(self.base)
+        circle = doc.modelspace().query("CIRCLE")[0].dxf.handle
+        r, out = self.script(f"ERASE #{circle} W -1,-1 11,11 \"\"\n")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertIn("1 was on a locked layer", r.stdout)
+        layers = sorted(e.dxf.layer for e in ezdxf.readfile(out).modelspace().query("LINE"))
+        self.assertEqual(layers, ["LOCKED"])
+        self.assertEqual(len(ezdxf.readfile(out).modelspace().query("CIRCLE")), 0)
+
+    def test_explode_block_with_attributes_and_nested_block(self):
+        r, out = self.script("EXPLODE 50,50 \"\"\n")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        msp = ezdxf.readfile(out).modelspace()
+        # One level: the nested INNER stays a reference, the definition's ATTDEF comes
+        # back as the block holds it, the reference's ATTRIB goes.
+        inner = msp.query("INSERT")
+        self.assertEqual([i.dxf.name for i in inner], ["INNER"])
+        self.assertAlmostEqual(inner[0].dxf.insert.x, 53)
+        attdefs = msp.query("ATTDEF")
+        self.assertEqual([a.dxf.tag for a in attdefs], ["TAG"])
+        self.assertEqual(len(msp.query("ATTRIB")), 0)
+        self.assertEqual(len(msp.query("LINE")), 3)
+
+    def test_explode_polyline_into_segments(self):
+        r, out = self.script("EXPLODE 105,0 \"\"\n")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        msp = ezdxf.readfile(out).modelspace()
+        self.assertEqual(len(msp.query("LWPOLYLINE")), 0)
+        self.assertEqual(len(msp.query("LINE")), 2 + 3)
+
+    def test_chprop_layer_colour_on_a_crossing_selection(self):
+        r, out = self.script("CHPROP C 15,15 30,30 \"\" LA WALLS C 3 LT Continuous \"\"\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        c = ezdxf.readfile(out).modelspace().query("CIRCLE")[0]
+        self.assertEqual((c.dxf.layer, c.dxf.color, c.dxf.linetype), ("WALLS", 3, "Continuous"))
+        line = ezdxf.readfile(out).modelspace().query("LINE")[0]
+        self.assertEqual(line.dxf.layer, "WALLS")  # outside the window: untouched
+
+    def test_insert_a_drawing_file_with_scale_and_rotation(self):
+        r, out = self.script(f"-INSERT {self.path('part.dxf')} 30,30 2 \"\" 90\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        doc = ezdxf.readfile(out)
+        ref = [i for i in doc.modelspace().query("INSERT") if i.dxf.name == "part"][0]
+        self.assertEqual(tuple(ref.dxf.insert)[:2], (30, 30))
+        self.assertEqual((ref.dxf.xscale, ref.dxf.yscale), (2, 2))
+        self.assertAlmostEqual(ref.dxf.rotation, 90)
+        block = sorted(e.dxftype() for e in doc.blocks["part"])
+        self.assertEqual(block, ["INSERT", "LINE"])
+        self.assertEqual(sorted(e.dxftype() for e in doc.blocks["PIN"]), ["CIRCLE"])
+
+    def test_insert_block_asks_attribute_values(self):
+        r, out = self.script("-INSERT DOOR 60,60 1 1 0 \"D 77\"\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        refs = [i for i in ezdxf.readfile(out).modelspace().query("INSERT") if i.dxf.insert.x == 60]
+        self.assertEqual([a.dxf.text for a in refs[0].attribs], ["D 77"])
+
+    def test_linetype_load_from_lin_file_and_purge(self):
+        with open(self.path("my.lin"), "w") as f:
+            f.write(";; test\n*DASHDOT2,Dash dot __ . __\nA,.5,-.25,0,-.25\n*OTHER,x\nA,1,-1\n")
+        r, out = self.script(f"-LINETYPE L DASHDOT2 {self.path('my.lin')} \"\"\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        lt = ezdxf.readfile(out).linetypes.get("DASHDOT2")
+        self.assertEqual(lt.dxf.description, "Dash dot __ . __")
+        self.assertEqual([round(v, 6) for v in lt.simplified_line_pattern()], [0.5, 0.25, 0.0, 0.25])
+        self.assertNotIn("OTHER", ezdxf.readfile(out).linetypes)
+        r, out2 = self.script("PURGE A \"\" N\n", out="purged.dxf", drawing=out)
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        self.assertNotIn("DASHDOT2", ezdxf.readfile(out2).linetypes)
+
+    def test_ucs_rotation_applies_to_typed_points_and_previous_restores(self):
+        r, out = self.script("UCS Z 90\nLINE 0,0 10,0 \"\"\nUCS P\nLINE 0,0 0,7 \"\"\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        ends = sorted(tuple(round(v, 9) for v in e.dxf.end)[:2]
+                      for e in ezdxf.readfile(out).modelspace().query("LINE")
+                      if tuple(e.dxf.start)[:2] == (0, 0))
+        self.assertEqual(ends, [(0, 7), (0, 10), (10, 0)])
+
+    def test_saveas_and_open(self):
+        target = self.path("copy.dxf")
+        r, _ = self.script(f"LINE 0,0 3,3 \"\"\nSAVEAS 2000 {target}\nOPEN {self.base}\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        copy = ezdxf.readfile(target)
+        self.assertEqual(copy.dxfversion, "AC1015")
+        self.assertEqual(len(copy.modelspace().query("LINE")), 3)
+
+    def test_script_command_runs_a_nested_script(self):
+        with open(self.path("inner.scr"), "w") as f:
+            f.write("LINE 0,0 4,4 \"\"\n")
+        r, out = self.script(f"SCRIPT {self.path('inner.scr')}\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        self.assertEqual(len(ezdxf.readfile(out).modelspace().query("LINE")), 3)
+
+
+class Undo(Drawing):
+    def test_u_after_each_command_gives_back_the_drawing(self):
+        for name, text in {
+            "line": "LINE 0,0 10,10 20,0 \"\"\n",
+            "erase": "ERASE ALL \"\"\n",
+            "explode": "EXPLODE 50,50 \"\"\n",
+            "chprop": "CHPROP ALL \"\" C 5 LA WALLS \"\"\n",
+            "insert": f"-INSERT {self.path('part.dxf')} 30,30 1 1 0\n",
+            "insert-block": "-INSERT DOOR 60,60 1 1 0 X\n",
+        }.items():
+            with self.subTest(command=name):
+                self.assert_undo_gives_back(text + "U\n")
+
+    def test_group_is_one_step_and_marks_and_back(self):
+        self.assert_undo_gives_back(
+            "UNDO BE\nLINE 0,0 1,1 \"\"\nERASE ALL \"\"\nUNDO E\nU\n")
+        self.assert_undo_gives_back(
+            "UNDO M\nLINE 0,0 1,1 \"\"\nLINE 0,0 2,2 \"\"\nUNDO B\n")
+        self.assert_undo_gives_back("LINE 0,0 1,1 \"\"\nLINE 0,0 2,2 \"\"\nUNDO 2\n")
+        # Only the last of two commands goes.
+        r, out = self.script("LINE 0,0 1,1 \"\"\nLINE 0,0 2,2 \"\"\nU\n")
+        self.assertEqual(len(ezdxf.readfile(out).modelspace().query("LINE")), 3)
+
+
+class BadInput(Drawing):
+    def assert_unchanged_and_stopped(self, r, out, message):
+        self.assertNotEqual(r.returncode, 0, r.stdout)
+        self.assertIn(message, r.stdout + r.stderr)
+        self.assertFalse(os.path.exists(out), "a failed run must not write the drawing")
+        self.assertEqual(r.stderr.count("\n"), 1, r.stderr)
+
+    def test_unknown_command(self):
+        r, out = self.script("LINE 0,0 1,1 \"\"\nFROBNICATE\nLINE 0,0 2,2 \"\"\n")
+        self.assert_unchanged_and_stopped(r, out, 'Unknown command "FROBNICATE"')
+
+    def test_script_out_of_answers(self):
+        r, out = self.script("LINE 0,0 5,5\n")
+        self.assert_unchanged_and_stopped(r, out, "waiting for an answer")
+
+    def test_malformed_point_is_asked_again(self):
+        r, out = self.script("LINE 0,0 1,2,3,4 x,y 5,5 \"\"\n")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        # The next-point prompt has keywords: the message says so.
+        self.assertEqual(r.stdout.count("Point or option keyword required."), 2)
+        self.assertEqual(len(ezdxf.readfile(out).modelspace().query("LINE")), 3)
+
+    def test_missing_files(self):
+        r = run(self.path("nope.dxf"), "-c", "LINE 0,0 1,1 \"\"")
+        self.assertEqual(r.returncode, 1)
+        self.assertEqual(r.stderr.strip().count("\n"), 0)
+        self.assertIn("nope.dxf", r.stderr)
+        r = run(self.base, "-s", self.path("nope.scr"))
+        self.assertEqual(r.returncode, 1)
+        self.assertIn("nope.scr", r.stderr)
+        r, out = self.script(f"-INSERT {self.path('gone.dxf')} \"\"\nOPEN {self.path('gone.dxf')}\n")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertIn("not found", r.stdout)
+        ok, diff = same_drawing(self.roundtrip(), out)
+        self.assertTrue(ok, diff)
+
+    def test_cancel_ends_the_command(self):
+        r, out = self.script("ERASE ALL ^C\n")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertIn("*Cancel*", r.stdout)
+        ok, diff = same_drawing(self.roundtrip(), out)
+        self.assertTrue(ok, diff)
+
+
+class CommandLine(Drawing):
+    def test_list_commands_in_registration_order(self):
+        r = run("--list-commands")
+        self.assertEqual(r.returncode, 0)
+        rows = [line.split() for line in r.stdout.splitlines()]
+        self.assertEqual(rows[0], ["DRAXEL", "LINE", "LINE", "0x0"])
+        names = [row[1] for row in rows]
+        self.assertLess(names.index("UNDO"), names.index("-INSERT"))
+        self.assertEqual(dict((row[1], row[3]) for row in rows)["ERASE"], "0x2")
+
+    def test_echo_reads_like_a_session_and_comments_are_skipped(self):
+        r, _ = self.script("; a comment\nLINE\n0,0\n\"3,4\"\n\n")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertIn("Command: LINE\nSpecify first point: 0,0\n", r.stdout)
+        self.assertNotIn("comment", r.stdout)
+
+    def test_one_liners_and_scripts_run_in_order(self):
+        scr = self.path("a.scr")
+        with open(scr, "w") as f:
+            f.write("LINE 0,0 1,0 \"\"\n")
+        out = self.path("o.dxf")
+        r = run(self.base, "-c", "ERASE ALL \"\"", "-s", scr, "-o", out)
+        self.assertEqual(r.returncode, 0, r.stderr)
+        # ERASE ALL left the line on the locked layer; the script's line came after.
+        lines = ezdxf.readfile(out).modelspace().query("LINE")
+        self.assertEqual(sorted(e.dxf.layer for e in lines), ["0", "LOCKED"])
+        self.assertEqual(self.types(out), ["LINE", "LINE"])
+
+    def test_interactive_session_in_a_pseudo_terminal(self):
+        pid, fd = pty.fork()
+        if pid == 0:
+            os.execv(DRAXEL, [DRAXEL, self.base])
+        seen = b""
+
+        def wait_for(text, timeout=20):
+            nonlocal seen
+            end = time.time() + timeout
+            while text.encode() not in seen and time.time() < end:
+                ready, _, _ = select.select([fd], [], [], 0.2)
+                if ready:
+                    try:
+                        seen += os.read(fd, 4096)
+                    except OSError:
+                        break
+            return text.encode() in seen
+
+        self.assertTrue(wait_for("Command: "), seen)
+        os.write(fd, b"LINE 0,0\r")
+        self.assertTrue(wait_for("Specify next point or [Undo]: "), seen)
+        os.write(fd, b"5,5\r\r")
+        os.write(fd, b"CMDECHO\r")
+        self.assertTrue(wait_for("Enter new value for CMDECHO <1>: "), seen)
+        os.write(fd, b"\rQUIT\r")
+        self.assertTrue(wait_for("Save changes to"), seen)
+        os.write(fd, b"N\r")
+        _, status = os.waitpid(pid, 0)
+        os.close(fd)
+        self.assertEqual(os.WEXITSTATUS(status), 0, seen)
+        self.assertIn(b"Specify first point: 0,0", seen)  # typed ahead: echoed
+        self.assertIn(b"LINE 0,0", seen)                  # the terminal's own echo
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
