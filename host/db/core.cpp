@@ -63,9 +63,14 @@ DxDbHandle::DxDbHandle(const char* hex) {
 }
 
 std::string DxDbHandle::str() const {
-  char buf[20];
-  std::snprintf(buf, sizeof buf, "%llX", static_cast<unsigned long long>(m_value));
-  return buf;
+  char buf[17];
+  char* p = buf + sizeof buf;
+  uint64_t v = m_value;
+  do {
+    *--p = "0123456789ABCDEF"[v & 15];
+    v >>= 4;
+  } while (v);
+  return std::string(p, buf + sizeof buf);
 }
 
 const DxDbObjectId DxDbObjectId::kNull{};

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
+#include <sys/stat.h>
+
+#include <cstdio>
 #include <sstream>
 
 #include "host/db/database_impl.h"
@@ -235,13 +237,27 @@ ErrorStatus DxDbDatabase::readDxfFromBuffer(std::string data) {
 }
 
 ErrorStatus DxDbDatabase::readDwgFile(const char* fileName) {
-  std::ifstream in(fileName ? fileName : "", std::ios::binary);
-  if (!in) {
+  std::FILE* f = std::fopen(fileName ? fileName : "", "rb");
+  if (!f) {
     m_impl->lastError = std::string("cannot open the file: ") + std::strerror(errno);
-    return Dxad::eFileNotFound;
+    return errno == ENOENT ? Dxad::eFileNotFound : Dxad::eFileAccessErr;
   }
-  std::string data((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  if (in.bad()) {
+  std::string data;
+  struct stat st {};
+  if (fstat(fileno(f), &st) == 0 && S_ISDIR(st.st_mode)) {
+    std::fclose(f);
+    m_impl->lastError = "is a folder, not a drawing file";
+    return Dxad::eFileAccessErr;
+  }
+  if (st.st_size > 0) data.resize(size_t(st.st_size));
+  size_t got = data.empty() ? 0 : std::fread(data.data(), 1, data.size(), f);
+  // Files whose size is not known ahead (pipes) are read to their end.
+  char buf[65536];
+  for (size_t n; (n = std::fread(buf, 1, sizeof buf, f)) > 0;) data.append(buf, n), got += n;
+  bool failed = std::ferror(f) != 0;
+  std::fclose(f);
+  data.resize(got);
+  if (failed) {
     m_impl->lastError = "cannot read the file";
     return Dxad::eFileAccessErr;
   }

@@ -82,12 +82,6 @@ void ClassSchema::finalize() {
   }
 }
 
-namespace {
-std::unordered_map<const DxRxClass*, const ClassSchema*>& schemaMap() {
-  static std::unordered_map<const DxRxClass*, const ClassSchema*> m;
-  return m;
-}
-}  // namespace
 
 const ClassSchema* schemaOf(const DxRxClass* cls) {
   for (const DxRxClass* c = cls; c; c = c->myParent())
@@ -99,7 +93,13 @@ const ClassSchema* schemaOf(const DxDbObject& o) { return schemaOf(o.isA()); }
 
 DxDbObjectId LoadContext::resolveName(Table t, std::string_view name, bool create) {
   if (name.empty() || !db) return {};
+  Recent& r = m_recent[size_t(t)];
+  if (!r.id.isNull() && r.name == name && !r.id.isErased() && r.id.isValid()) return r.id;
   DxDbObjectId id = db->recordId(t, name);
+  if (!id.isNull()) {
+    r.name.assign(name.data(), name.size());
+    r.id = id;
+  }
   if (!id.isNull() || !create || !db->table(t)) return id;
   // A name the tables lack: a CAD host adds the record rather than lose the reference.
   DxDbSymbolTableRecord* rec = nullptr;

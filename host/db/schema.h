@@ -139,6 +139,14 @@ struct LoadContext {
   bool firstHit = false;  // the field being set sees its first group of this object
   std::string error;
   DxDbObjectId resolveName(Table t, std::string_view name, bool create = true);
+
+ private:
+  // The last name looked up per table: most entities repeat their neighbour's layer.
+  struct Recent {
+    std::string name;
+    DxDbObjectId id;
+  };
+  Recent m_recent[10];
 };
 
 // The schema of a class (walking up to the nearest class that has one).
