@@ -387,7 +387,8 @@ bool evaluate(const FilterNode& n, EntityView& view, std::vector<const resbuf*>&
   if (n.relop == "-3") {
     return std::all_of(n.apps.begin(), n.apps.end(), [&](auto& a) { return view.hasXData(a); });
   }
-  int code = n.value->restype;
+  // dxutBuildList takes RTDXF0 for group 0, since 0 ends its list.
+  int code = n.value->restype == RTDXF0 ? 0 : n.value->restype;
   view.values(code, scratch);
   if (scratch.empty()) return n.relop == "!=" || n.relop == "/=" || n.relop == "<>";
   for (const resbuf* v : scratch)
