@@ -680,6 +680,7 @@ class DxDbText : public DxDbEntity {
   std::string m_text;
   DxDbObjectId m_style;
   int16_t m_genFlags = 0, m_hmode = 0, m_vmode = 0;
+  bool m_hasAlign = false;  // the alignment point was given (files keep it even at left/base)
   DxGeVector3d m_normal{0, 0, 1};
 };
 
@@ -1553,11 +1554,6 @@ class DxDbDatabase : public DxRxObject {
   // The open-discipline report: objects open right now, and violations seen so far.
   std::vector<DxDbObjectId> openObjects() const;
   std::vector<std::string> takeDisciplineReport();
-
-  // Copies entities of another database's model space into a new block of this one
-  // (for inserting a drawing file as a block).
-  Dxad::ErrorStatus insert(DxDbObjectId& blockId, const char* blockName, DxDbDatabase* source,
-                           bool preserveSourceDatabase = true);
 
   dx::db::DatabaseImpl* impl() const { return m_impl.get(); }
 

@@ -22,7 +22,11 @@ using namespace dx::db::fields;
 #define DX_DEFINE_ABSTRACT(CLASS, PARENT) DX_DEFINE_RX(CLASS, PARENT, "", nullptr)
 #define DX_DEFINE_CONCRETE(CLASS, PARENT, DXFNAME)                                     \
   DX_DEFINE_RX(CLASS, PARENT, DXFNAME, []() -> DxRxObject* { return new CLASS(); }) \
-  DxDbObject* CLASS::clone() const { return new CLASS(*this); }
+  DxDbObject* CLASS::clone() const {                                               \
+    auto* c = new CLASS(*this);                                                    \
+    dx::db::Access::detach(*c);                                                    \
+    return c;                                                                      \
+  }
 
 DX_DEFINE_ABSTRACT(DxDbObject, DxRxObject)
 DX_DEFINE_ABSTRACT(DxDbEntity, DxDbObject)
@@ -221,9 +225,14 @@ static SubclassDef textFirstSub() {
                              opt<&T::m_hmode, 0>(72, "halign"),
                              FieldDef([] {
                                FieldDef f = req<&T::m_align>(11, "align_point");
+                               f.set = [](DxDbObject& o, const InTag& t, LoadContext&) {
+                                 auto& x = Access::self<DxDbText>(o);
+                                 setValue(x.m_align, t);
+                                 x.m_hasAlign = true;
+                               };
                                f.isDefault = [](const DxDbObject& o) {
                                  const auto& t = Access::self<DxDbText>(o);
-                                 return t.m_hmode == 0 && t.m_vmode == 0 && t.m_align == DxGePoint3d();
+                                 return t.m_hmode == 0 && t.m_vmode == 0 && !t.m_hasAlign;
                                };
                                return f;
                              }()),
@@ -617,6 +626,8 @@ static void defineAll() {
                          req<&DxDbAttributeDefinition::m_attFlags>(70, "flags"),
                          opt<&DxDbAttributeDefinition::m_fieldLength, 0>(73, "field_length"),
                          opt<&DxDbText::m_vmode, 0>(74, "valign"),
+                         keep(71, "attribute_type"),
+                         keep(72),
                      })});
   entity<DxDbAttribute>("ATTRIB", {textFirstSub(),
                                    sub("AcDbAttribute",
@@ -625,6 +636,8 @@ static void defineAll() {
                                            req<&DxDbAttribute::m_attFlags>(70, "flags"),
                                            opt<&DxDbAttribute::m_fieldLength, 0>(73, "field_length"),
                                            opt<&DxDbText::m_vmode, 0>(74, "valign"),
+                                           keep(71, "attribute_type"),
+                                           keep(72),
                                        })});
   {
     using B = DxDbBlockReference;
@@ -952,6 +965,13 @@ DxRxClass* classForDxfName(std::string_view dxfName) {
   return it == byDxfName().end() ? nullptr : it->second;
 }
 
-DxDbObject* copyObject(const DxDbObject& o) { return o.clone(); }
+DxDbObject* copyObject(const DxDbObject& o) {
+  // The journal's copy keeps the identity the public clone leaves behind.
+  DxDbObject* c = o.clone();
+  Access::stub(*c) = Access::stub(o);
+  Access::owner(*c) = o.ownerId();
+  Access::xdict(*c) = o.extensionDictionary();
+  return c;
+}
 
 }  // namespace dx::db

@@ -270,7 +270,10 @@ ErrorStatus DxDbObject::releaseExtensionDictionary() {
 DatabaseImpl::DatabaseImpl(DxDbDatabase* owner) : m_owner(owner) {}
 
 DatabaseImpl::~DatabaseImpl() {
-  for (auto& e : m_journal) delete e.before;
+  for (auto& e : m_journal) {
+    delete e.before;
+    delete e.header;
+  }
   for (Stub& s : m_stubs) {
     delete s.obj;
     s.obj = nullptr;
@@ -356,10 +359,22 @@ void DatabaseImpl::noteCreated(Stub* s) {
   m_journal.push_back({s, nullptr, true});
 }
 
+void DatabaseImpl::noteHeaderWrite() {
+  if (!m_journalOn || m_headerGen == m_journalGen) return;
+  m_headerGen = m_journalGen;
+  m_journal.push_back({nullptr, nullptr, false, new std::vector<HeaderVar>(header)});
+}
+
 void DatabaseImpl::rollbackTo(uint64_t pos) {
   while (m_journal.size() > pos) {
     JournalEntry e = m_journal.back();
     m_journal.pop_back();
+    if (e.header) {
+      header = std::move(*e.header);
+      delete e.header;
+      m_headerGen = 0;
+      continue;
+    }
     Stub* s = e.stub;
     if (s->obj) m_open.erase(s);
     if (e.before) {
@@ -392,6 +407,7 @@ const HeaderVar* DatabaseImpl::headerVar(std::string_view name) const {
   return const_cast<DatabaseImpl*>(this)->headerVar(name);
 }
 HeaderVar& DatabaseImpl::setHeaderVar(std::string_view name) {
+  noteHeaderWrite();
   if (HeaderVar* v = headerVar(name)) {
     v->tags.clear();
     return *v;

@@ -123,13 +123,13 @@ void DatabaseImpl::completeStructure() {
       auto* e = new DxDbBlockBegin();
       Access::blockBegin(*b) = attach(e);
       Access::owner(*e) = id;
-      e->setLayer(layerZero);
+      Access::layer(*e) = layerZero;
     }
     if (!objOf(Access::blockEnd(*b))) {
       auto* e = new DxDbBlockEnd();
       Access::blockEnd(*b) = attach(e);
       Access::owner(*e) = id;
-      e->setLayer(layerZero);
+      Access::layer(*e) = layerZero;
     }
   }
 

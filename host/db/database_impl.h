@@ -114,10 +114,13 @@ class DatabaseImpl {
 
  private:
   struct JournalEntry {
-    Stub* stub;
+    Stub* stub;          // null: the entry saves the header variables
     DxDbObject* before;  // owned; null when the object was created in the step
     bool wasErased;
+    std::vector<HeaderVar>* header = nullptr;  // owned
   };
+  uint32_t m_headerGen = 0;
+  void noteHeaderWrite();
   DxDbDatabase* m_owner;
   std::deque<Stub> m_stubs;
   std::unordered_map<uint64_t, Stub*> m_byHandle;

@@ -437,7 +437,7 @@ DxDbObject* Reader::makeEntity(Record& rec, DxDbObjectId defaultOwner) {
   if (auto* e = DxRxObject::cast<DxDbEntity>(o)) {
     if (e->layerId().isNull()) {
       // Every entity is on a layer; files that leave it out mean layer 0.
-      e->setLayer(m_db.layerZero);
+      Access::layer(*e) = m_db.layerZero;
     }
   }
   if (rec.type == "POLYLINE" || (rec.type == "INSERT" && rec.find(66) && rec.find(66)->integer == 1))
@@ -547,7 +547,7 @@ bool Reader::readBlocks() {
     Access::owner(*begin) = btrId;
     applyTags(*begin, *schemaOf(*begin), rec.tags, m_ctx);
     if (static_cast<DxDbEntity*>(begin)->layerId().isNull())
-      static_cast<DxDbEntity*>(begin)->setLayer(m_db.layerZero);
+      Access::layer(*static_cast<DxDbEntity*>(begin)) = m_db.layerZero;
     Access::blockBegin(*btr) = begin->objectId();
     // Entities up to ENDBLK.
     while (true) {
@@ -562,7 +562,7 @@ bool Reader::readBlocks() {
         Access::owner(*end) = btrId;
         applyTags(*end, *schemaOf(*end), rec.tags, m_ctx);
         if (static_cast<DxDbEntity*>(end)->layerId().isNull())
-          static_cast<DxDbEntity*>(end)->setLayer(m_db.layerZero);
+          Access::layer(*static_cast<DxDbEntity*>(end)) = m_db.layerZero;
         Access::blockEnd(*btr) = end->objectId();
         break;
       }

@@ -591,7 +591,12 @@ ErrorStatus DxDbPolylineHeavy::explode(std::vector<DxDbEntity*>& pieces) const {
 DxDbText::DxDbText(const DxGePoint3d& pos, const char* text, DxDbObjectId style, double height, double rotation)
     : m_pos(pos), m_height(height), m_rotationDeg(rotation / kDeg), m_text(text ? text : ""), m_style(style) {}
 DX_SETTER(DxDbText, setPosition, const DxGePoint3d&, m_pos)
-DX_SETTER(DxDbText, setAlignmentPoint, const DxGePoint3d&, m_align)
+ErrorStatus DxDbText::setAlignmentPoint(const DxGePoint3d& p) {
+  assertWriteEnabled();
+  m_align = p;
+  m_hasAlign = true;
+  return Dxad::eOk;
+}
 ErrorStatus DxDbText::setTextString(const char* s) {
   assertWriteEnabled();
   m_text = s ? s : "";
@@ -837,6 +842,7 @@ ErrorStatus DxDbAttribute::setAttributeFromBlock(const DxDbAttributeDefinition* 
   auto& d = Access::self<DxDbText>(*def);
   m_pos = d.m_pos;
   m_align = d.m_align;
+  m_hasAlign = d.m_hasAlign;
   m_height = d.m_height;
   m_rotationDeg = d.m_rotationDeg;
   m_widthFactor = d.m_widthFactor;

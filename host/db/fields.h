@@ -161,6 +161,15 @@ inline FieldDef custom(int code, std::vector<int> more, SetFn set, EmitFn emit,
   return f;
 }
 
+// A group that stays where it is, unmodelled, and that no earlier subclass may take.
+inline FieldDef keep(int code, const char* name = "") {
+  FieldDef f;
+  f.code = code;
+  f.name = name;
+  f.repeat = true;
+  return f;
+}
+
 inline FieldDef minVersion(FieldDef f, Ver v) {
   f.minVer = v;
   return f;

@@ -186,17 +186,24 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
       continue;
     }
     int si = cur, fi = -1;
-    if (cur >= 0) fi = subs[size_t(cur)].indexOf(t.code);
-    if (fi >= 0 && filled[base[size_t(si)] + size_t(fi)] && !subs[size_t(si)].fields[size_t(fi)].repeat)
-      fi = -1;
-    if (fi < 0) {
+    int here = cur >= 0 ? subs[size_t(cur)].indexOf(t.code) : -1;
+    if (here >= 0 && !subs[size_t(cur)].fields[size_t(here)].set) {
+      // A group this subclass keeps as it is, in its place.
+      lastField = int16_t(here);
+      if (keepExtras) runs.add(t, int16_t(cur), lastField);
+      continue;
+    }
+    if (here >= 0 && (!filled[base[size_t(cur)] + size_t(here)] || subs[size_t(cur)].fields[size_t(here)].repeat))
+      fi = here;
+    if (fi < 0 && here < 0) {
       // Without subclass markers (older files, entity lists) any subclass may take the
       // group; with them, an earlier one may (some writers put text groups of an
       // attribute after its attribute marker).
       size_t limit = (!markers || cur < 0) ? subs.size() : size_t(cur);
       for (size_t j = 0; j < limit; ++j) {
         int f = subs[j].indexOf(t.code);
-        if (f >= 0 && (!filled[base[j] + size_t(f)] || subs[j].fields[size_t(f)].repeat)) {
+        if (f >= 0 && subs[j].fields[size_t(f)].set &&
+            (!filled[base[j] + size_t(f)] || subs[j].fields[size_t(f)].repeat)) {
           si = int(j);
           fi = f;
           break;

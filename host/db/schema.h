@@ -174,6 +174,14 @@ struct Access {
   static const ObjectExtras* extras(const DxDbObject& o) { return o.m_extras.get(); }
   static ObjectExtras& extrasMut(DxDbObject& o);
   static uint16_t& openCount(DxDbObject& o) { return o.m_openCount; }
+  // Makes a copy free of any database: no id, owner, extension dictionary or open state.
+  static void detach(DxDbObject& o) {
+    o.m_stub = nullptr;
+    o.m_owner = {};
+    o.m_xdict = {};
+    o.m_openCount = 0;
+    o.m_openWrite = false;
+  }
   static bool& openWrite(DxDbObject& o) { return o.m_openWrite; }
 
   template <class T>
@@ -203,6 +211,8 @@ struct Access {
   }
   static int16_t& hardOwner(DxDbDictionary& d) { return d.m_hardOwner; }
   static DxDbObjectIdArray& groupEntities(DxDbGroup& g) { return g.m_entities; }
+  // Direct field access for the host's own bookkeeping (no open checks, no journal).
+  static DxDbObjectId& layer(DxDbEntity& e) { return e.m_layer; }
   static std::string& dimBlockName(DxDbDimension& d) { return d.m_blockName; }
   static std::string& layoutName(DxDbLayout& l) { return l.m_name; }
   static DxDbObjectId& layoutBlock(DxDbLayout& l) { return l.m_block; }

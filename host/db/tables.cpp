@@ -83,11 +83,11 @@ ErrorStatus DxDbSymbolTable::add(DxDbObjectId& id, DxDbSymbolTableRecord* rec) {
     auto* b = new DxDbBlockBegin();
     Access::blockBegin(*btr) = db->attach(b);
     Access::owner(*b) = id;
-    b->setLayer(db->layerZero);
+    Access::layer(*b) = db->layerZero;
     auto* e = new DxDbBlockEnd();
     Access::blockEnd(*btr) = db->attach(e);
     Access::owner(*e) = id;
-    e->setLayer(db->layerZero);
+    Access::layer(*e) = db->layerZero;
   }
   Access::openCount(*rec) = 1;
   Access::openWrite(*rec) = true;

@@ -113,6 +113,36 @@ TEST(OpenDiscipline, ObjectsLeftOpenAndChangesWithoutWriteAreReported) {
   EXPECT_TRUE(d.db->takeDisciplineReport().empty());
 }
 
+TEST(OpenDiscipline, ReadingAndBuildingADrawingReportNothing) {
+  Drawing d;
+  d.db->takeDisciplineReport();
+  DxDbBlockTable* bt = nullptr;
+  ASSERT_EQ(d.db->getSymbolTable(bt, DxDb::kForWrite), Dxad::eOk);
+  auto* b = new DxDbBlockTableRecord();
+  b->setName("B");
+  ASSERT_EQ(bt->add(b), Dxad::eOk);
+  b->close();
+  bt->close();
+  EXPECT_TRUE(d.db->takeDisciplineReport().empty());
+  DxDbDatabase back(false);
+  ASSERT_EQ(back.readDxfFromBuffer("  0\nSECTION\n  2\nENTITIES\n  0\nLINE\n 10\n0\n 20\n0\n 11\n1\n 21\n1\n  0\nENDSEC\n  0\nEOF\n"),
+            Dxad::eOk);
+  EXPECT_TRUE(back.takeDisciplineReport().empty());
+}
+
+TEST(OpenDiscipline, CloneIsFreeOfTheDatabase) {
+  Drawing d;
+  DxDbObjectId id = d.add(new DxDbLine({0, 0, 0}, {1, 0, 0}));
+  DxDbLine* l = nullptr;
+  ASSERT_EQ(dxdbOpenObject(l, id, DxDb::kForRead), Dxad::eOk);
+  std::unique_ptr<DxDbObject> c(l->clone());
+  l->close();
+  EXPECT_TRUE(c->objectId().isNull());
+  EXPECT_TRUE(c->ownerId().isNull());
+  EXPECT_FALSE(c->isReadEnabled());
+  EXPECT_EQ(static_cast<DxDbLine*>(c.get())->endPoint(), DxGePoint3d(1, 0, 0));
+}
+
 TEST(OpenDiscipline, ErasedObjectsOpenOnlyOnRequestAndWrongClassIsRefused) {
   Drawing d;
   DxDbObjectId id = d.add(new DxDbPoint({1, 2, 3}));
@@ -431,7 +461,8 @@ TEST(Journal, RollbackGivesBackTheDrawingByteForByte) {
   c->erase();
   c->close();
   d.add(new DxDbText({0, 0, 0}, "new"));
-  d.addLayer("TEMP");
+  DxDbObjectId temp = d.addLayer("TEMP");
+  ASSERT_EQ(d.db->setClayer(temp), Dxad::eOk);  // a header variable: undone too
   EXPECT_NE(d.dxf(), before);
 
   impl->rollbackTo(pos);
