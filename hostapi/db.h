@@ -722,6 +722,7 @@ class DxDbMText : public DxDbEntity {
   int16_t m_attach = 1, m_flow = 1, m_lsStyle = 1;
   double m_lsFactor = 1, m_rotationRad = 0;
   bool m_hasRotation = false;
+  bool m_hasWidth = false;  // files may leave the reference width out
   std::string m_contents;
   DxDbObjectId m_style;
   DxGeVector3d m_normal{0, 0, 1}, m_xdir{1, 0, 0};

@@ -174,7 +174,10 @@ static SubclassDef entitySub() {
                        const auto& c = Access::self<DxDbEntity>(o).m_color;
                        out.integer(code, c.colorIndex());
                      },
-                     [](const DxDbObject& o) { return Access::self<DxDbEntity>(o).m_color.isByLayer(); },
+                     [](const DxDbObject& o) {
+                       const auto& c = Access::self<DxDbEntity>(o).m_color;
+                       return c.isByLayer() || (c.isByColor() && c.m_index == 256);
+                     },
                      "color"),
                  opt<&E::m_lineweight, -1>(370, "lineweight", Ver::R2000),
                  opt<&E::m_ltscale, 1.0>(48, "ltscale", Ver::R2000),
@@ -184,10 +187,12 @@ static SubclassDef entitySub() {
                          420, {},
                          [](DxDbObject& o, const InTag& t, LoadContext&) {
                            auto& c = Access::self<DxDbEntity>(o).m_color;
-                           int16_t keep = c.m_method == DxCmColor::kByACI ? c.m_index : 0;
+                           // The index group is optional beside a true colour; 256 marks
+                           // "none given" so that none is written back.
+                           int16_t keep = c.m_method == DxCmColor::kByACI ? c.m_index : 256;
                            uint32_t v = uint32_t(asInt(t)) & 0xFFFFFF;
                            c.setRGB(uint8_t(v >> 16), uint8_t(v >> 8), uint8_t(v));
-                           if (keep) c.m_index = keep;
+                           c.m_index = keep;
                          },
                          [](const DxDbObject& o, Sink& out, int code) {
                            out.integer(code, Access::self<DxDbEntity>(o).m_color.rgb());
@@ -574,7 +579,19 @@ static void defineAll() {
                    {
                        req<&M::m_location>(10, "insert"),
                        req<&M::m_height>(40, "char_height"),
-                       req<&M::m_width>(41, "width"),
+                       FieldDef([] {
+                         FieldDef f = req<&M::m_width>(41, "width");
+                         f.set = [](DxDbObject& o, const InTag& t, LoadContext&) {
+                           auto& m = Access::self<M>(o);
+                           m.m_width = asReal(t);
+                           m.m_hasWidth = true;
+                         };
+                         f.isDefault = [](const DxDbObject& o) {
+                           const auto& m = Access::self<M>(o);
+                           return !m.m_hasWidth && m.m_width == 0;
+                         };
+                         return f;
+                       }()),
                        req<&M::m_attach>(71, "attachment_point"),
                        req<&M::m_flow>(72, "flow_direction"),
                        custom(

@@ -713,6 +713,7 @@ ErrorStatus DxDbMText::setWidth(double w) {
   if (w < 0) return Dxad::eInvalidInput;
   assertWriteEnabled();
   m_width = w;
+  m_hasWidth = true;
   return Dxad::eOk;
 }
 ErrorStatus DxDbMText::setTextHeight(double h) {

@@ -73,6 +73,37 @@ class Roundtrip(unittest.TestCase):
                     cmp = tool("dxfcompare.py", src, dst)
                     self.assertEqual(cmp.returncode, 0, cmp.stdout)
 
+    def test_drawing_made_by_another_program_keeps_every_entity_kind(self):
+        import ezdxf
+        from ezdxf.enums import TextEntityAlignment
+        doc = ezdxf.new("R2018", setup=True)
+        doc.layers.add("TRUE", true_color=0x123456)
+        doc.appids.add("MYAPP")
+        msp = doc.modelspace()
+        blk = doc.blocks.new("TAG")
+        blk.add_attdef("NAME", (0, 0), dxfattribs={"height": 1, "rotation": 30})
+        ref = msp.add_blockref("TAG", (5, 5), dxfattribs={"xscale": 2, "rotation": 45})
+        ref.add_auto_attribs({"NAME": "Ärger"})
+        for i, align in enumerate(TextEntityAlignment):
+            msp.add_text(f"t{i}", dxfattribs={"height": 0.5}).set_placement((i, 10, 0), (i + 3, 11, 0), align=align)
+        msp.add_mtext("line 1\\Pline 2 " + "x" * 300, dxfattribs={"char_height": 0.4})
+        msp.add_lwpolyline([(0, 0, 0.1, 0.2, 0.5), (3, 0, 0, 0, 0), (3, 3)], format="xyseb")
+        msp.add_spline([(0, 0), (1, 2), (3, 1), (5, 4)])
+        msp.add_ellipse((0, 0), major_axis=(3, 1), ratio=0.4, start_param=0.2, end_param=2.5)
+        msp.add_arc((1, 1, 0), 2, 10, 200, dxfattribs={"extrusion": (0, 0, -1)})
+        hatch = msp.add_hatch(color=3)
+        hatch.paths.add_polyline_path([(0, 0), (4, 0), (4, 4)], is_closed=True)
+        msp.add_linear_dim(base=(0, -2), p1=(0, 0), p2=(4, 0)).render()
+        line = msp.add_line((0, 0), (1, 1), dxfattribs={"layer": "TRUE", "true_color": 0xFF8000})
+        line.set_xdata("MYAPP", [(1000, "note"), (1040, 2.5), (1010, (1, 2, 3))])
+        doc.groups.new("PAIR").extend([line, ref])
+        src, dst = self.out("other.dxf"), self.out("other_out.dxf")
+        doc.saveas(src)
+        r = run(src, "-o", dst)
+        self.assertEqual(r.returncode, 0, r.stderr)
+        cmp = tool("dxfcompare.py", src, dst)
+        self.assertEqual(cmp.returncode, 0, cmp.stdout)
+
     def test_new_drawing_in_every_version_audits_clean(self):
         for ver in VERSIONS:
             with self.subTest(version=ver):

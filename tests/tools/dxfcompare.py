@@ -118,6 +118,10 @@ def unescape(text):
     return UNICODE_ESCAPE.sub(lambda m: chr(int(m.group(1), 16)), text)
 
 
+# Attributes that name a table record.
+CASELESS_NAMES = {"layer", "linetype", "style", "dimstyle", "text_style"}
+
+
 def plain(value, depth=0):
     """Turn ezdxf values (vectors, paths, edges, tags) into comparable data."""
     if depth > 12:
@@ -216,6 +220,10 @@ class Canon:
                     result[name] = ("->", self.ref(value))
                 continue
             value = plain(value)
+            if name in CASELESS_NAMES and isinstance(value, str):
+                # Table names are case-insensitive in CAD: "BYBLOCK" is "ByBlock".
+                value = value.upper()
+                default = default.upper() if isinstance(default, str) else default
             if value != default:
                 result[name] = value
         return result
