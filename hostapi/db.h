@@ -1609,3 +1609,8 @@ bool purgeAll(DxDbDatabase* db, bool verbose = false);
 // The same, reporting each removed name ("Layer", "FOO") to the callback.
 using PurgeReport = void (*)(void* ctx, const char* kind, const char* name);
 bool purgeAllWithReport(DxDbDatabase* db, PurgeReport report, void* ctx);
+// A purge limited by a filter: an unreferenced record goes only when the filter answers
+// true for its kind ("Block", "Layer", "Linetype", "Text style", "Dimension style") and
+// name. Repeats until nothing more goes; true when it ran.
+using PurgeFilter = bool (*)(void* ctx, const char* kind, const char* name);
+bool purgeSome(DxDbDatabase* db, PurgeFilter filter, PurgeReport report, void* ctx);

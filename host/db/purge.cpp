@@ -30,7 +30,7 @@ class RefCollector : public Sink {
   }
 };
 
-bool purgePass(DatabaseImpl& db, PurgeReport report, void* ctx) {
+bool purgePass(DatabaseImpl& db, PurgeFilter filter, PurgeReport report, void* ctx) {
   std::unordered_set<Stub*> refs;
   RefCollector col(refs);
   std::unordered_set<std::string> dimBlocks;
@@ -85,6 +85,7 @@ bool purgePass(DatabaseImpl& db, PurgeReport report, void* ctx) {
         }
         default: break;
       }
+      if (filter && !filter(ctx, k.label, rec->getName().c_str())) continue;
       victims.push_back(id);
     }
     for (const DxDbObjectId& id : victims) {
@@ -112,11 +113,15 @@ bool purgePass(DatabaseImpl& db, PurgeReport report, void* ctx) {
 
 }  // namespace
 
-bool purgeAllWithReport(DxDbDatabase* db, PurgeReport report, void* ctx) {
+bool purgeSome(DxDbDatabase* db, PurgeFilter filter, PurgeReport report, void* ctx) {
   if (!db) return false;
-  while (purgePass(*db->impl(), report, ctx)) {
+  while (purgePass(*db->impl(), filter, report, ctx)) {
   }
   return true;
+}
+
+bool purgeAllWithReport(DxDbDatabase* db, PurgeReport report, void* ctx) {
+  return purgeSome(db, nullptr, report, ctx);
 }
 
 bool purgeAll(DxDbDatabase* db, bool verbose) {

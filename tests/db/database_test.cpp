@@ -560,6 +560,23 @@ TEST(Purge, RemovesUnusedRecordsPassAfterPassAndKeepsWhatIsUsed) {
   EXPECT_FALSE(purgeAll(nullptr));
 }
 
+TEST(Purge, AFilterLimitsWhatGoes) {
+  Drawing d;
+  d.addLayer("TMP_A");
+  d.addLayer("TMP_B");
+  d.addLayer("KEEP");
+  std::vector<std::string> removed;
+  ASSERT_TRUE(purgeSome(
+      d.db.get(),
+      [](void*, const char* kind, const char* name) {
+        return std::string(kind) == "Layer" && std::string(name).rfind("TMP_", 0) == 0;
+      },
+      [](void* ctx, const char*, const char* name) { static_cast<std::vector<std::string>*>(ctx)->push_back(name); },
+      &removed));
+  EXPECT_EQ(std::set<std::string>(removed.begin(), removed.end()), (std::set<std::string>{"TMP_A", "TMP_B"}));
+  EXPECT_FALSE(d.db->impl()->recordId(dx::db::Table::Layer, "KEEP").isNull());
+}
+
 // ---------------------------------------------------------------------------------------
 // Colours and geometry
 
