@@ -3,45 +3,21 @@
 //   draxel plan.dxf -s tidy.scr -o plan-tidy.dxf    run a script on a drawing and save it
 //   draxel plan.dxf -c "ERASE ALL \"\"" -o out.dxf  run a one-liner
 //   draxel plan.dxf                                 the interactive command line
-#include <dlfcn.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <filesystem>
 #include <iostream>
 #include <map>
 
+#include "host/app/app.h"
 #include "host/console/readline_source.h"
 #include "host/console/report.h"
 #include "host/editor/core/driver.h"
 #include "host/editor/core/session.h"
 
 namespace {
-
-using EntryPoint = int (*)(int, void*);
-
-struct Module {
-  void* handle = nullptr;
-  EntryPoint entry = nullptr;
-};
-
-bool loadModule(const std::string& path, std::vector<Module>& modules) {
-  void* h = dlopen(path.c_str(), RTLD_NOW | RTLD_GLOBAL);
-  if (!h) {
-    std::fprintf(stderr, "draxel: cannot load module '%s': %s\n", path.c_str(), dlerror());
-    return false;
-  }
-  auto entry = reinterpret_cast<EntryPoint>(dlsym(h, "dxrxEntryPoint"));
-  if (!entry) {
-    std::fprintf(stderr, "draxel: '%s' has no dxrxEntryPoint\n", path.c_str());
-    dlclose(h);
-    return false;
-  }
-  entry(DxRx::kInitAppMsg, h);
-  entry(DxRx::kLoadDwgMsg, nullptr);
-  modules.push_back({h, entry});
-  return true;
-}
 
 bool parseVersion(const std::string& v, DxDbDwgVersion& out) {
   static const std::map<std::string, DxDbDwgVersion> m = {
@@ -116,9 +92,19 @@ int main(int argc, char** argv) {
     s.setCurrent(doc);
     s.closeDocument(blank);
   }
-  std::vector<Module> loaded;
-  for (auto& m : modules)
-    if (!loadModule(m, loaded)) return 1;
+  dx::app::registerAppCommands();
+  // express.drx beside the program comes first, unless --load names an express.drx.
+  bool expressGiven = false;
+  for (auto& m : modules) expressGiven |= std::filesystem::path(m).filename() == "express.drx";
+  std::string besideUs = dx::app::programFolder() + "express.drx";
+  if (!expressGiven && std::filesystem::is_regular_file(besideUs)) modules.insert(modules.begin(), besideUs);
+  for (auto& m : modules) {
+    std::string err;
+    if (!dx::app::ModuleHost::get().load(m, err)) {
+      std::fprintf(stderr, "draxel: %s\n", err.c_str());
+      return 1;
+    }
+  }
 
   if (listCommands) {
     for (const DxEdCommand* c : dxedRegCmds()->commands())
@@ -164,7 +150,7 @@ int main(int argc, char** argv) {
   if (status != 0) {
     std::fprintf(stderr, "draxel: stopped: %s%s\n", driver.failure().c_str(),
                  outPath.empty() ? "" : ("; " + outPath + " was not written").c_str());
-    for (auto& m : loaded) m.entry(DxRx::kUnloadAppMsg, nullptr);
+    dx::app::ModuleHost::get().shutdown();
     std::fflush(stderr);
     std::_Exit(1);
   }
@@ -175,13 +161,16 @@ int main(int argc, char** argv) {
     if (!doc) {
       std::fprintf(stderr, "draxel: no drawing to save\n");
       rc = 1;
-    } else if (doc->database()->saveAs(outPath.c_str(), saveVersion) != Dxad::eOk) {
-      std::fprintf(stderr, "draxel: cannot save '%s': %s\n", outPath.c_str(),
-                   doc->database()->lastError().c_str());
-      rc = 1;
+    } else {
+      dx::app::ModuleHost::get().drawingSaving(doc);
+      if (doc->database()->saveAs(outPath.c_str(), saveVersion) != Dxad::eOk) {
+        std::fprintf(stderr, "draxel: cannot save '%s': %s\n", outPath.c_str(),
+                     doc->database()->lastError().c_str());
+        rc = 1;
+      }
     }
   }
-  for (auto& m : loaded) m.entry(DxRx::kUnloadAppMsg, nullptr);
+  dx::app::ModuleHost::get().shutdown();
   std::fflush(stdout);
   std::fflush(stderr);
   // Drawings and the session live to the end of the process: modules may still hold

@@ -195,23 +195,7 @@ int dxedTrans(const dx_point pt, const resbuf* from, const resbuf* to, int disp,
   return RTNORM;
 }
 
-namespace {
-std::set<std::string>& menuGroups() {
-  static std::set<std::string> g;
-  return g;
-}
-}  // namespace
-
-int dxedLoadMenuGroup(const char* fileName, bool) {
-  if (!fileName || !*fileName) return RTERROR;
-  // There is no menu bar; the group's name is remembered so that modules see it loaded.
-  menuGroups().insert(upper(fs::path(fileName).stem().string()));
-  return RTNORM;
-}
-
-bool dxedIsMenuGroupLoaded(const char* groupName) {
-  return groupName && menuGroups().count(upper(groupName)) != 0;
-}
+// Menu groups (dxedLoadMenuGroup, dxedIsMenuGroupLoaded) are kept by host/app.
 
 namespace dx::ed {
 void reportOpenObjects(Document* doc, const std::string& command) {
