@@ -67,8 +67,16 @@ struct RawTag {
   Kind kind;
   double real;
   int64_t integer;
+  const char* ptr;  // text in the file's own bytes; null: at off in the record's arena
   uint32_t off, len;
 };
+
+inline bool pointCode(int c) {
+  return (c >= 10 && c <= 18) || (c >= 110 && c <= 112) || c == 210 || (c >= 1010 && c <= 1013);
+}
+inline bool refCode(int c) {
+  return (c >= 330 && c <= 369) || (c >= 390 && c <= 399) || c == 480 || c == 481 || c == 1005;
+}
 
 class Reader {
  public:
@@ -92,6 +100,9 @@ class Reader {
     return true;
   }
   bool readRecord(Record& rec);
+  static std::string_view rawText(const Record& rec, const RawTag& r) {
+    return {r.ptr ? r.ptr : rec.arena.data() + r.off, r.len};
+  }
   bool readHeader();
   bool readClasses();
   bool readTables();
@@ -141,11 +152,15 @@ bool Reader::readRecord(Record& rec) {
       break;
     }
     if (t.code == 999) continue;
-    RawTag r{t.code, t.kind, t.real, t.integer, 0, 0};
+    RawTag r{t.code, t.kind, t.real, t.integer, nullptr, 0, 0};
     if (t.kind == Kind::String || t.kind == Kind::Binary || t.kind == Kind::Comment) {
-      r.off = uint32_t(rec.arena.size());
       r.len = uint32_t(t.text.size());
-      rec.arena.append(t.text);
+      if (m_rd.stable(t.text)) {
+        r.ptr = t.text.data();
+      } else {
+        r.off = uint32_t(rec.arena.size());
+        rec.arena.append(t.text);
+      }
     }
     m_raw.push_back(r);
   }
@@ -155,7 +170,7 @@ bool Reader::readRecord(Record& rec) {
   rec.tags.reserve(m_raw.size());
   for (size_t i = 0; i < m_raw.size(); ++i) {
     const RawTag& r = m_raw[i];
-    std::string_view text(rec.arena.data() + r.off, r.len);
+    std::string_view text(r.ptr ? r.ptr : rec.arena.data() + r.off, r.len);
     if (r.code == 100) beforeSubclass = false;
     if ((r.code == 5 || r.code == 105) && !rec.hasHandle) {
       rec.handle = parseHex(text);
@@ -165,14 +180,13 @@ bool Reader::readRecord(Record& rec) {
     if (r.code == 102 && text == "{ACAD_REACTORS") {
       for (++i; i < m_raw.size() && m_raw[i].code != 102; ++i)
         if (m_raw[i].code == 330)
-          if (Stub* s = m_db.stubFor(parseHex({rec.arena.data() + m_raw[i].off, m_raw[i].len})))
+          if (Stub* s = m_db.stubFor(parseHex(rawText(rec, m_raw[i]))))
             rec.reactors.emplace_back(s);
       continue;
     }
     if (r.code == 102 && text == "{ACAD_XDICTIONARY") {
       for (++i; i < m_raw.size() && m_raw[i].code != 102; ++i)
-        if (m_raw[i].code == 360)
-          rec.xdict = DxDbObjectId(m_db.stubFor(parseHex({rec.arena.data() + m_raw[i].off, m_raw[i].len})));
+        if (m_raw[i].code == 360) rec.xdict = DxDbObjectId(m_db.stubFor(parseHex(rawText(rec, m_raw[i]))));
       continue;
     }
     if (r.code == 330 && beforeSubclass && !rec.hasOwner) {
@@ -186,7 +200,7 @@ bool Reader::readRecord(Record& rec) {
     in.real = r.real;
     in.integer = r.integer;
     in.text = text;
-    if (dxf::isPointCode(r.code) && r.kind == Kind::Double && i + 1 < m_raw.size() &&
+    if (pointCode(r.code) && r.kind == Kind::Double && i + 1 < m_raw.size() &&
         m_raw[i + 1].code == r.code + 10) {
       in.dims = 2;
       in.pt[0] = r.real;
@@ -197,7 +211,7 @@ bool Reader::readRecord(Record& rec) {
         in.pt[2] = m_raw[i + 1].real;
         ++i;
       }
-    } else if (isRefCode(r.code)) {
+    } else if (refCode(r.code)) {
       in.isRef = true;
       in.id = DxDbObjectId(m_db.stubFor(parseHex(text)));
     }

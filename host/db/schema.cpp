@@ -139,13 +139,22 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
   const auto& subs = sc.subclasses;
   bool markers = std::any_of(tags.begin(), tags.end(), [](const InTag& t) { return t.code == 100; });
   // Filled flags per subclass and field.
+  // Filled flags per subclass and field; classes have a few dozen fields at most, so
+  // the common case needs no allocation per object.
   size_t total = 0;
-  std::vector<size_t> base(subs.size());
+  std::array<uint16_t, 16> baseSmall{};
+  std::vector<size_t> baseBig;
+  bool small = subs.size() <= baseSmall.size();
+  if (!small) baseBig.resize(subs.size());
   for (size_t i = 0; i < subs.size(); ++i) {
-    base[i] = total;
+    if (small) baseSmall[i] = uint16_t(total);
+    else baseBig[i] = total;
     total += subs[i].fields.size();
   }
-  std::vector<uint8_t> filled(total, 0);
+  auto base = [&](size_t i) { return small ? size_t(baseSmall[i]) : baseBig[i]; };
+  std::array<uint8_t, 256> filledSmall{};
+  std::vector<uint8_t> filledBig(total > filledSmall.size() ? total : 0, 0);
+  uint8_t* filled = total > filledSmall.size() ? filledBig.data() : filledSmall.data();
   RunBuilder runs{nullptr, &o};
   int cur = subs.empty() ? -1 : (subs[0].marker[0] == 0 ? 0 : -1);
   int16_t lastField = -1;
@@ -193,7 +202,7 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
       if (keepExtras) runs.add(t, int16_t(cur), lastField);
       continue;
     }
-    if (here >= 0 && (!filled[base[size_t(cur)] + size_t(here)] || subs[size_t(cur)].fields[size_t(here)].repeat))
+    if (here >= 0 && (!filled[base(size_t(cur)) + size_t(here)] || subs[size_t(cur)].fields[size_t(here)].repeat))
       fi = here;
     if (fi < 0 && here < 0) {
       // Without subclass markers (older files, entity lists) any subclass may take the
@@ -203,7 +212,7 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
       for (size_t j = 0; j < limit; ++j) {
         int f = subs[j].indexOf(t.code);
         if (f >= 0 && subs[j].fields[size_t(f)].set &&
-            (!filled[base[j] + size_t(f)] || subs[j].fields[size_t(f)].repeat)) {
+            (!filled[base(j) + size_t(f)] || subs[j].fields[size_t(f)].repeat)) {
           si = int(j);
           fi = f;
           break;
@@ -212,9 +221,9 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
     }
     if (fi >= 0) {
       const FieldDef& f = subs[size_t(si)].fields[size_t(fi)];
-      ctx.firstHit = !filled[base[size_t(si)] + size_t(fi)];
+      ctx.firstHit = !filled[base(size_t(si)) + size_t(fi)];
       f.set(o, t, ctx);
-      filled[base[size_t(si)] + size_t(fi)] = 1;
+      filled[base(size_t(si)) + size_t(fi)] = 1;
       if (si == cur && f.code >= 0) lastField = int16_t(fi);
       continue;
     }

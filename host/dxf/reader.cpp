@@ -49,6 +49,9 @@ class ReaderBase : public TagReader {
   }
   const std::string& error() const override { return error_; }
   uint64_t size() const override { return data_.size(); }
+  bool stable(std::string_view text) const override {
+    return text.data() >= data_.data() && text.data() + text.size() <= data_.data() + data_.size();
+  }
   const std::string& acadVersion() const override { return version_; }
   const std::string& codePage() const override { return codePage_; }
 
@@ -263,9 +266,43 @@ class AsciiReader final : public ReaderBase {
     return p;
   }
 
+  // Plain decimals of up to 15 significant digits ("4906.383219", "-0.5"): the integer
+  // of all digits divided by a power of ten is exactly rounded when both are exact
+  // doubles, so this agrees bit for bit with the general parser it saves.
+  static const char* fastDecimal(const char* s, const char* end, double& out) {
+    static const double kPow10[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11,
+                                    1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    const char* p = s;
+    bool negative = p < end && *p == '-';
+    if (negative) ++p;
+    uint64_t m = 0;
+    int significant = 0, fraction = 0, digits = 0;
+    for (; p < end && unsigned(*p - '0') < 10; ++p, ++digits) {
+      m = m * 10 + unsigned(*p - '0');
+      if (m) ++significant;
+    }
+    if (p < end && *p == '.') {
+      for (++p; p < end && unsigned(*p - '0') < 10; ++p, ++digits, ++fraction) {
+        m = m * 10 + unsigned(*p - '0');
+        if (m) ++significant;
+      }
+    }
+    if (digits == 0 || significant > 15 || fraction > 22) return nullptr;
+    if (p < end && (*p == 'e' || *p == 'E' || *p == 'x' || *p == 'X' || *p == 'n' || *p == 'i')) return nullptr;
+    double v = double(m) / kPow10[fraction];
+    out = negative ? -v : v;
+    return p;
+  }
+
   bool parseDouble(const char*& p, Tag& tag) const {
     const char* s = numberStart(p);
-    auto [e, ec] = std::from_chars(s, end_, tag.real);
+    const char* e = fastDecimal(s, end_, tag.real);
+    std::errc ec{};
+    if (!e) {
+      auto r = std::from_chars(s, end_, tag.real);
+      e = r.ptr;
+      ec = r.ec;
+    }
     if (ec != std::errc()) return false;
     tag.text = std::string_view(s, e - s);
     tag.integer = 0;

@@ -57,6 +57,9 @@ class TagReader {
   virtual uint64_t position() const = 0;
   virtual bool isBinary() const = 0;
   virtual uint64_t size() const = 0;
+  // Whether a text handed out stays valid for the reader's lifetime (it points into the
+  // file's own bytes), so that callers need not copy it.
+  virtual bool stable(std::string_view text) const = 0;
   // Version string seen so far in the header ("AC1009" when none was given).
   virtual const std::string& acadVersion() const = 0;
   // $DWGCODEPAGE seen so far in the header ("ANSI_1252" when none was given).

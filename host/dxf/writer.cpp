@@ -53,6 +53,39 @@ char* putReal(char* p, char* end, double v) {
     std::memcpy(p, "0.0", 3);
     return p + 3;
   }
+  // Values with few decimals (most coordinates of real drawings): the smallest number
+  // of decimals that reads back to the very same double, found without the general
+  // shortest-digits search. Reading "m.f" divides the integer m·10^k by 10^k exactly
+  // rounded, so r / 10^k == v proves the text round-trips.
+  static const double kPow10[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8};
+  double a = std::fabs(v);
+  if (a >= 1e-4 && a < 1e9) {
+    for (int k = 1; k <= 8; ++k) {
+      double r = v * kPow10[k];
+      if (!(std::fabs(r) < 9007199254740992.0)) break;
+      if (r != std::nearbyint(r) || r / kPow10[k] != v) continue;
+      auto m = static_cast<int64_t>(r);
+      if (m < 0) {
+        *p++ = '-';
+        m = -m;
+      }
+      char digits[24];
+      char* d = std::to_chars(digits, digits + sizeof digits, m).ptr;
+      int n = int(d - digits);
+      if (n <= k) {  // 0.00xyz
+        *p++ = '0';
+        *p++ = '.';
+        for (int z = 0; z < k - n; ++z) *p++ = '0';
+        std::memcpy(p, digits, size_t(n));
+        return p + n;
+      }
+      std::memcpy(p, digits, size_t(n - k));
+      p += n - k;
+      *p++ = '.';
+      std::memcpy(p, digits + (n - k), size_t(k));
+      return p + k;
+    }
+  }
   char* s = p;
   p = std::to_chars(p, end, v).ptr;
   for (char* q = s; q < p; ++q)
