@@ -3,6 +3,10 @@
 // that a script answers like any other prompt.
 #pragma once
 
+#include <cstdint>
+#include <map>
+#include <string>
+
 // Buttons (low nibble) and icons of a message box.
 #define MB_OK 0x0000
 #define MB_OKCANCEL 0x0001
@@ -27,3 +31,19 @@
 // Shows a message and returns the button chosen; an empty answer takes the first
 // button, a cancelled prompt the cancel (or last) button.
 int DxUiMessageBox(const char* text, const char* caption = nullptr, unsigned type = MB_OK);
+
+// ---------------------------------------------------------------------------------------
+// Dialogs
+
+// Values of a dialog's controls by control id, in and out: "1"/"0" for check boxes and
+// radio buttons, the text of an edit field, the number of an "int" field in decimal.
+using DxUiDialogValues = std::map<uint32_t, std::string>;
+
+// Presents a dialog declared in a resource library (null: the current one, see
+// dxrxSetCurrentResourceLibrary) as a form on the command line: its fields are listed
+// with their values, a field is changed by answering its number, and OK (or an empty
+// answer) or Cancel close it, so a script answers it line by line. Returns IDOK, IDCANCEL
+// (also for a cancelled prompt), or the id of a "button" control that closed it; -1 when
+// the library declares no such dialog. values is changed only when the answer is IDOK or
+// a button.
+int DxUiDoModal(uint32_t dialogId, DxUiDialogValues& values, void* resourceLibrary = nullptr);

@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # The main job on the bundled examples: every drawing in examples/ is opened,
-# reported and saved again under out/.
+# reported and saved again under out/. A drawing with a script of the same name
+# (examples/NAME.scr) is run through it with express.drx loaded, and the result is
+# reported and saved instead.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/build.sh release >/dev/null
@@ -8,6 +10,15 @@ mkdir -p out
 for f in examples/*.dxf; do
   name=$(basename "$f" .dxf)
   echo "== $f"
-  build/bin/draxel --report "$f" -o "out/$name.dxf"
-  echo "   saved out/$name.dxf"
+  if [[ -f "examples/$name.scr" ]]; then
+    # The module's settings (dxad.ini) stay in out/, away from the user's own.
+    mkdir -p out/appdir
+    DRAXEL_APPDIR="$PWD/out/appdir" build/bin/draxel "$f" --load build/bin/express.drx \
+      -s "examples/$name.scr" -o "out/$name.dxf"
+    build/bin/draxel --report "out/$name.dxf"
+    echo "   ran examples/$name.scr, saved out/$name.dxf"
+  else
+    build/bin/draxel --report "$f" -o "out/$name.dxf"
+    echo "   saved out/$name.dxf"
+  fi
 done
