@@ -4,23 +4,15 @@
 #include <algorithm>
 #include <unordered_map>
 
-#include "host/db/database_impl.h"
 #include "host/editor/core/session.h"
 
 namespace dx::ed {
 namespace {
 
-// clone() keeps the source's identity (stub, owner, open state); a copy meant for another
-// database must start without any.
+// clone() gives a copy free of the source database: no id, owner or open state.
 template <class T>
-T* detachedClone(const T* o) {
-  auto* c = static_cast<T*>(o->clone());
-  dx::db::Access::stub(*c) = nullptr;
-  dx::db::Access::owner(*c) = DxDbObjectId();
-  dx::db::Access::xdict(*c) = DxDbObjectId();
-  dx::db::Access::openCount(*c) = 0;
-  dx::db::Access::openWrite(*c) = false;
-  return c;
+T* copyOf(const T* o) {
+  return static_cast<T*>(o->clone());
 }
 
 class Copier {
@@ -41,7 +33,7 @@ class Copier {
       if (table) table->getIdAt(name.c_str(), found);
     }
     if (found.isNull() && !DxRxObject::cast<DxDbBlockTableRecord>(src.get())) {
-      auto* copy = detachedClone(src.get());
+      auto* copy = copyOf(src.get());
       src.close();
       // A layer's linetype is a reference of its own.
       if (auto* layer = DxRxObject::cast<DxDbLayerTableRecord>(copy)) {
@@ -73,7 +65,7 @@ class Copier {
     for (DxDbObjectId id : ids) {
       Opened<DxDbEntity> e(id, DxDb::kForRead);
       if (!e) continue;
-      auto* copy = detachedClone(e.get());
+      auto* copy = copyOf(e.get());
       DxDbObjectId layer = e->layerId(), lt = e->linetypeId();
       std::vector<std::pair<DxDbAttribute*, DxDbObjectId>> attributes;
       DxDbObjectId nested;
@@ -81,7 +73,7 @@ class Copier {
         nested = ref->blockTableRecord();
         for (DxDbObjectId a : ref->attributeIds()) {
           Opened<DxDbAttribute> att(a, DxDb::kForRead);
-          if (att) attributes.emplace_back(detachedClone(att.get()), att->textStyle());
+          if (att) attributes.emplace_back(copyOf(att.get()), att->textStyle());
         }
       }
       DxDbObjectId style;

@@ -164,12 +164,23 @@ bool toWorldMatrix(const resbuf* cs, DxGeMatrix3d& m) {
       else if (auto* t = DxRxObject::cast<DxDbText>(e.get())) n = t->normal();
       else if (auto* p = DxRxObject::cast<DxDbPolyline>(e.get())) n = p->normal();
       else if (auto* r = DxRxObject::cast<DxDbBlockReference>(e.get())) n = r->normal();
-      else if (auto* s = DxRxObject::cast<DxDbSolid>(e.get())) (void)s;
       else if (auto* h = DxRxObject::cast<DxDbHatch>(e.get())) n = h->normal();
       else if (auto* hp = DxRxObject::cast<DxDbPolylineHeavy>(e.get())) n = hp->normal();
       else {
-        m = DxGeMatrix3d();  // world-coordinate entities (lines, points, 3-D objects)
-        return true;
+        // Planar entities without a normal accessor carry it in their entity list.
+        std::string dxf = e->isA()->dxfName();
+        e.close();
+        if (dxf == "SOLID" || dxf == "TRACE" || dxf == "SHAPE" || dxf == "DIMENSION") {
+          if (resbuf* list = dxdbEntGet(cs->resval.rlname)) {
+            for (const resbuf* rb = list; rb; rb = rb->rbnext)
+              if (rb->restype == 210) n = DxGeVector3d(rb->resval.rpoint[0], rb->resval.rpoint[1], rb->resval.rpoint[2]);
+            dxutRelRb(list);
+          }
+          if (n.isZeroLength()) return false;
+        } else {
+          m = DxGeMatrix3d();  // world-coordinate entities (lines, points, 3-D objects)
+          return true;
+        }
       }
       m = DxGeMatrix3d::planeToWorld(n);
       return true;

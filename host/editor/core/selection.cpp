@@ -163,8 +163,11 @@ bool isCloser(const char* s) {
   return u == "AND>" || u == "OR>" || u == "XOR>" || u == "NOT>";
 }
 
-// Parses items until a closer (or the end); false on a malformed list.
-bool parseItems(const resbuf*& rb, std::vector<FilterNode>& out, bool nested, std::string& err) {
+// Parses items until the closer of the group (or the end at top level, closer empty);
+// false on a malformed list.
+bool parseItems(const resbuf*& rb, std::vector<FilterNode>& out, const std::string& closer,
+                std::string& err) {
+  bool nested = !closer.empty();
   std::string pendingRel;
   while (rb) {
     if (rb->restype == -4) {
@@ -174,7 +177,7 @@ bool parseItems(const resbuf*& rb, std::vector<FilterNode>& out, bool nested, st
         rb = rb->rbnext;
         FilterNode n;
         n.op = op;
-        if (!parseItems(rb, n.kids, true, err)) return false;
+        if (!parseItems(rb, n.kids, upper(s).substr(1) + ">", err)) return false;
         if ((op == FilterNode::Not && n.kids.size() != 1) ||
             (op == FilterNode::Xor && n.kids.size() != 2) || n.kids.empty()) {
           err = "wrong number of operands for " + upper(s);
@@ -184,8 +187,8 @@ bool parseItems(const resbuf*& rb, std::vector<FilterNode>& out, bool nested, st
         continue;
       }
       if (isCloser(s)) {
-        if (!nested) {
-          err = "unexpected " + upper(s ? s : "");
+        if (upper(s) != closer) {
+          err = "unexpected " + upper(s) + (nested ? ", " + closer + " expected" : "");
           return false;
         }
         rb = rb->rbnext;
@@ -213,7 +216,7 @@ bool parseItems(const resbuf*& rb, std::vector<FilterNode>& out, bool nested, st
     rb = rb->rbnext;
   }
   if (nested) {
-    err = "missing closing operator";
+    err = "missing " + closer;
     return false;
   }
   return true;
@@ -401,7 +404,7 @@ class Filter {
  public:
   explicit Filter(const resbuf* list) {
     const resbuf* rb = list;
-    m_ok = parseItems(rb, m_items, false, m_error);
+    m_ok = parseItems(rb, m_items, "", m_error);
   }
   bool ok() const { return m_ok; }
   const std::string& error() const { return m_error; }

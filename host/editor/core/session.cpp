@@ -97,8 +97,6 @@ Document* Session::openDocument(const std::string& path, std::string& error) {
             (db->lastError().empty() ? std::string("not a drawing file") : db->lastError());
     return nullptr;
   }
-  // What the reader did to objects is not a command's doing: start the report afresh.
-  db->takeDisciplineReport();
   m_docs.push_back(std::make_unique<Document>(std::move(db), fs::absolute(path).string()));
   Document* doc = m_docs.back().get();
   for (auto* r : std::vector(docReactors)) r->documentCreated(doc);

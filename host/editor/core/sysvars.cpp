@@ -235,10 +235,14 @@ int Session::setVar(const std::string& nameIn, const VarValue& in, std::string* 
       else {
         char* end = nullptr;
         long idx = std::strtol(v.text.c_str(), &end, 10);
-        if (!end || *end || idx < 1 || idx > 255) return fail("Invalid color.");
+        // Refused after sysVarWillChange went out: sysVarChanged must still follow.
+        if (!end || *end || idx < 1 || idx > 255) {
+          if (why) *why = "Invalid color.";
+          result = RTERROR;
+        }
         c = DxCmColor::byACI(int16_t(idx));
       }
-      result = db->setCecolor(c) == Dxad::eOk ? RTNORM : RTERROR;
+      if (result == RTNORM) result = db->setCecolor(c) == Dxad::eOk ? RTNORM : RTERROR;
     } else {
       resbuf rb{};
       rb.restype = short(v.type);

@@ -58,8 +58,34 @@ std::string fontconfigFile(const std::string& pattern) {
   return file;
 }
 
-// The face of a style: its font file (by path, or by name through fontconfig), its
-// family, or the fallback.
+// A font installed under this file name ("arial.ttf"), case ignored: drawings name a
+// style's font by its file, which need not resemble the family name.
+std::string installedFontFile(const std::string& fileName) {
+  static std::map<std::string, std::string> byName;  // upper-case file name -> path
+  static bool listed = false;
+  if (!listed && FcInit()) {
+    listed = true;
+    FcPattern* all = FcPatternCreate();
+    FcObjectSet* os = FcObjectSetBuild(FC_FILE, nullptr);
+    if (FcFontSet* set = FcFontList(nullptr, all, os)) {
+      for (int i = 0; i < set->nfont; ++i) {
+        FcChar8* f = nullptr;
+        if (FcPatternGetString(set->fonts[i], FC_FILE, 0, &f) == FcResultMatch && f) {
+          std::string path = reinterpret_cast<char*>(f);
+          byName.emplace(upper(fs::path(path).filename().string()), path);
+        }
+      }
+      FcFontSetDestroy(set);
+    }
+    FcObjectSetDestroy(os);
+    FcPatternDestroy(all);
+  }
+  auto it = byName.find(upper(fs::path(fileName).filename().string()));
+  return it == byName.end() ? std::string() : it->second;
+}
+
+// The face of a style: its font file (by path, by installed file name, or by name
+// through fontconfig), its family, or the fallback.
 FT_Face faceFor(const std::string& fontFile, const std::string& family) {
   FontCache& c = cache();
   std::string key = fontFile + "|" + family;
@@ -69,6 +95,7 @@ FT_Face faceFor(const std::string& fontFile, const std::string& family) {
   std::error_code ec;
   if (!fontFile.empty() && fs::exists(fontFile, ec)) candidates.push_back(fontFile);
   if (!family.empty()) candidates.push_back(fontconfigFile(family));
+  if (!fontFile.empty()) candidates.push_back(installedFontFile(fontFile));
   if (!fontFile.empty()) {
     std::string stem = fs::path(fontFile).stem().string();
     std::string ext = upper(fs::path(fontFile).extension().string());
