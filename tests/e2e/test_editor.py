@@ -71,6 +71,8 @@ class Drawing(unittest.TestCase):
             f.write(text)
         out = self.path(out)
         r = run(drawing or self.base, "-s", scr, "-o", out)
+        # The host reports objects a command left open; no command may leave one.
+        self.assertNotIn("left open", r.stdout)
         return r, out
 
     def types(self, path, layout="msp"):
@@ -181,6 +183,34 @@ class HostCommands(Drawing):
                       if tuple(e.dxf.start)[:2] == (0, 0))
         self.assertEqual(ends, [(0, 7), (0, 10), (10, 0)])
 
+    def lines_from(self, path, start):
+        """End points of the lines starting at a world point, rounded."""
+        return sorted(tuple(round(v, 9) + 0.0 for v in e.dxf.end)
+                      for e in ezdxf.readfile(path).modelspace().query("LINE")
+                      if all(abs(a - b) < 1e-9 for a, b in zip(e.dxf.start, start)))
+
+    def test_ucs_three_points(self):
+        # X along world Y; then a UCS standing up in the world XZ plane.
+        r, out = self.script("UCS 300,0 300,5 0,0\nLINE 0,0 4,0 \"\"\nUCS W\n"
+                             "UCS 400,0 401,0 400,0,1\nLINE 0,0 0,3 \"\"\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        self.assertEqual(self.lines_from(out, (300, 0, 0)), [(300, 4, 0)])
+        self.assertEqual(self.lines_from(out, (400, 0, 0)), [(400, 0, 3)])
+        r, out = self.script("UCS 0,0 1,0 2,0\nUCS 5,5 5,5\n")
+        self.assertIn("The three points lie on one line", r.stdout)
+        self.assertIn("The point is on the origin", r.stdout)
+
+    def test_ucs_object_and_view(self):
+        # A miss asks again; the line's end nearer the pick becomes the origin, X along it.
+        r, out = self.script("UCS OB 500,500 9,0\nLINE 0,0 2,0 \"\"\n"
+                             "UCS W\nUCS OB 20,25\nLINE 0,0 0,3 \"\"\n"
+                             "UCS V\nLINE 0,0 7,0 \"\"\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        self.assertEqual(self.lines_from(out, (10, 0, 0)), [(8, 0, 0)])
+        # The circle's centre, X towards the pick (world Y), so the UCS's Y is world -X;
+        # then the plan view's UCS: world axes, the origin kept.
+        self.assertEqual(self.lines_from(out, (20, 20, 0)), [(17, 20, 0), (27, 20, 0)])
+
     def test_saveas_and_open(self):
         target = self.path("copy.dxf")
         r, _ = self.script(f"LINE 0,0 3,3 \"\"\nSAVEAS 2000 {target}\nOPEN {self.base}\n")
@@ -263,6 +293,163 @@ class BadInput(Drawing):
         self.assertIn("*Cancel*", r.stdout)
         ok, diff = same_drawing(self.roundtrip(), out)
         self.assertTrue(ok, diff)
+
+
+class Purge(Drawing):
+    """PURGE by type and name pattern, with and without asking for each name."""
+
+    def setUp(self):
+        super().setUp()
+        doc = ezdxf.new("R2018")
+        msp = doc.modelspace()
+        for name in ("USED", "OLD-1", "OLD-2", "OLDER"):
+            doc.layers.add(name)
+        doc.linetypes.add("DASH1", pattern=[1.0, 0.5, -0.5], description="unused")
+        doc.linetypes.add("DASH2", pattern=[2.0, 1.0, -1.0], description="used")
+        doc.styles.new("OLDSTYLE", dxfattribs={"font": "DejaVuSans.ttf"})
+        doc.dimstyles.new("OLDDIM")
+        inner = doc.blocks.new("INNER")
+        inner.add_circle((0, 0), 1, dxfattribs={"layer": "OLDER"})
+        outer = doc.blocks.new("OUTER")
+        outer.add_blockref("INNER", (0, 0))
+        doc.blocks.new("PLACED").add_line((0, 0), (1, 1))
+        msp.add_line((0, 0), (5, 0), dxfattribs={"layer": "USED", "linetype": "DASH2"})
+        msp.add_blockref("PLACED", (10, 10))
+        self.base = self.path("purge.dxf")
+        doc.saveas(self.base)
+
+    def names(self, path):
+        doc = ezdxf.readfile(path)
+        return {
+            "layers": {l.dxf.name for l in doc.layers} - {"0", "Defpoints"},
+            "linetypes": {l.dxf.name.upper() for l in doc.linetypes} - {"BYLAYER", "BYBLOCK", "CONTINUOUS"},
+            "styles": {s.dxf.name for s in doc.styles} - {"Standard"},
+            "dimstyles": {d.dxf.name for d in doc.dimstyles} - {"Standard"},
+            "blocks": {b.name for b in doc.blocks if not b.name.startswith("*")},
+        }
+
+    def test_a_type_and_a_name_pattern_limit_what_goes(self):
+        r, out = self.script("PURGE LA OLD-* N\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        self.assertIn('Deleting layer "OLD-1".', r.stdout)
+        self.assertIn("2 items purged.", r.stdout)
+        after = self.names(out)
+        # OLDER does not match; USED is used; nothing of another type went.
+        self.assertEqual(after["layers"], {"USED", "OLDER"})
+        self.assertEqual(after, {**self.names(self.base), "layers": {"USED", "OLDER"}})
+
+    def test_each_type_on_its_own(self):
+        for typed, key, gone in [("LT", "linetypes", {"DASH1"}), ("ST", "styles", {"OLDSTYLE"}),
+                                 ("D", "dimstyles", {"OLDDIM"})]:
+            with self.subTest(type=typed):
+                r, out = self.script(f"PURGE {typed} \"\" N\n")
+                self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+                self.assertEqual(self.names(out), {**self.names(self.base),
+                                                   key: self.names(self.base)[key] - gone})
+
+    def test_blocks_used_only_by_purged_blocks_go_too(self):
+        r, out = self.script("PURGE B * N\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        self.assertEqual(self.names(out)["blocks"], {"PLACED"})
+        # The layer INNER's circle was on is now unused, but only blocks were asked for.
+        self.assertIn("OLDER", self.names(out)["layers"])
+        r, out = self.script("PURGE A * N\n", out="all.dxf")
+        after = self.names(out)
+        self.assertEqual(after, {"layers": {"USED"}, "linetypes": {"DASH2"}, "styles": set(),
+                                 "dimstyles": set(), "blocks": {"PLACED"}})
+
+    def test_verify_asks_once_for_each_name(self):
+        # OUTER yes, OLD-1 no, OLD-2 yes, OLDSTYLE no, OLDDIM yes. INNER does not match;
+        # OLDER stays in use by INNER. The second round, after OUTER went, does not ask
+        # about OLD-1 again.
+        r, out = self.script("PURGE A O* Y\nY\nN\nY\nN\nY\n", out="asked.dxf")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        asked = [line.split('"')[1] for line in r.stdout.splitlines() if line.startswith("Purge ")]
+        self.assertEqual(asked, ["OUTER", "OLD-1", "OLD-2", "OLDSTYLE", "OLDDIM"], r.stdout)
+        self.assertEqual(self.names(out), {"layers": {"USED", "OLD-1", "OLDER"}, "linetypes": {"DASH1", "DASH2"},
+                                           "styles": {"OLDSTYLE"}, "dimstyles": set(),
+                                           "blocks": {"INNER", "PLACED"}})
+
+    def test_verify_default_and_answers(self):
+        r, out = self.script("PURGE LA * \"\"\nY\n\"\"\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        self.assertIn('Purge layer "OLD-1"? [Yes/No] <N>: Y', r.stdout)
+        self.assertEqual(self.names(out)["layers"], {"USED", "OLD-2", "OLDER"})
+
+    def test_cancel_at_a_question_and_u_give_back_the_drawing(self):
+        r, out = self.script("PURGE LA * Y\nY\n^C\n", out="cancelled.dxf")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        ok, diff = same_drawing(self.roundtrip(), out)
+        self.assertTrue(ok, diff)
+        self.assert_undo_gives_back("PURGE A * N\nU\n")
+
+    def test_nothing_to_purge_and_a_wrong_type(self):
+        r, out = self.script("PURGE LT NOSUCH* N\nPURGE FOO B * N\nPURGE B * N\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        self.assertIn('No unreferenced linetypes found matching "NOSUCH*".', r.stdout)
+        self.assertIn("Invalid option keyword.", r.stdout)
+        self.assertIn("No unreferenced blocks found.", r.stdout)
+
+
+PICKLOOP = os.environ.get("DX_PICKLOOP", "")
+
+
+@unittest.skipUnless(os.path.isfile(PICKLOOP), "the pickloop test module is not built")
+class MissedPickLoop(Drawing):
+    """MARKRED (a module command loaded with --load) picks objects one at a time and
+    colours them red; a missed pick asks again while ERRNO is non-zero."""
+
+    def markred(self, answers, out="marked.dxf"):
+        scr = self.path("pick.scr")
+        with open(scr, "w") as f:
+            f.write(answers)
+        out = self.path(out)
+        r = run(self.base, "--load", PICKLOOP, "-s", scr, "-o", out)
+        self.assertNotIn("left open", r.stdout)
+        return r, out
+
+    def colours(self, path):
+        msp = ezdxf.readfile(path).modelspace()
+        return {e.dxftype() + ":" + e.dxf.layer: e.dxf.color for e in msp.query("LINE CIRCLE")}
+
+    def test_misses_repeat_the_prompt_and_enter_ends_it(self):
+        # Empty space twice, the WALLS line, a handle that is no object, the circle's rim, Enter.
+        r, out = self.markred("MARKRED\n200,200\n300,-40\n5,0\n#FFFFF\n25,20\n\"\"\nERRNO \"\"\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        self.assertEqual(r.stdout.count("Select object to mark red: "), 6, r.stdout)
+        self.assertEqual(r.stdout.count("Nothing there; pick again."), 3, r.stdout)
+        self.assertIn("2 marked, 3 missed.", r.stdout)
+        # Enter left ERRNO at 0.
+        self.assertIn("Enter new value for ERRNO <0>: ", r.stdout)
+        self.assertEqual(self.colours(out), {"LINE:WALLS": 1, "CIRCLE:0": 1, "LINE:LOCKED": 256})
+
+    def test_enter_at_once_changes_nothing_and_u_takes_the_loop_back_in_one_step(self):
+        r, out = self.markred("MARKRED\n\"\"\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        self.assertIn("0 marked, 0 missed.", r.stdout)
+        ok, diff = same_drawing(self.roundtrip(), out)
+        self.assertTrue(ok, diff)
+        r, out = self.markred("MARKRED\n5,0\n80,20\n25,20\n\"\"\nU\n", out="undone.dxf")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        self.assertIn("2 marked, 1 missed.", r.stdout)
+        ok, diff = same_drawing(self.roundtrip(), out)
+        self.assertTrue(ok, diff)
+
+    def test_cancel_ends_the_loop_and_a_script_out_of_picks_stops(self):
+        r, out = self.markred("MARKRED\n5,0\n999,999\n^C\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        self.assertIn("1 marked, 1 missed.", r.stdout)
+        self.assertEqual(self.colours(out)["LINE:WALLS"], 1)
+        r, out = self.markred("MARKRED\n999,999\n", out="stopped.dxf")
+        self.assertNotEqual(r.returncode, 0)
+        self.assertIn("waiting for an answer", r.stderr)
+        self.assertFalse(os.path.exists(out))
+
+    def test_the_command_is_listed_with_its_group(self):
+        r = run("--load", PICKLOOP, "--list-commands")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertIn(["E2EPICKLOOP", "MARKRED", "MARKRED", "0x0"],
+                      [line.split() for line in r.stdout.splitlines()])
 
 
 class CommandLine(Drawing):
