@@ -57,9 +57,9 @@ CResbufPtr wrap(const char* open, CResbufPtr inner, const char* close) {
 }  // namespace
 
 CResbufPtr entityTypeFilter(std::initializer_list<const char*> types) {
-  if (types.size() == 1) return CResbufPtr(dxutBuildList(0, *types.begin(), 0));
+  if (types.size() == 1) return CResbufPtr(dxutBuildList(RTDXF0, *types.begin(), 0));
   CResbufPtr inner;
-  for (const char* t : types) inner = filterJoin(std::move(inner), CResbufPtr(dxutBuildList(0, t, 0)));
+  for (const char* t : types) inner = filterJoin(std::move(inner), CResbufPtr(dxutBuildList(RTDXF0, t, 0)));
   return wrap("<OR", std::move(inner), "OR>");
 }
 

@@ -25,7 +25,8 @@ bool isOnLockedLayer(const DxDbObject* obj);
 bool isOnLockedLayer(DxDbObjectId id);
 
 // Filters, built as the host's group-code chains.
-// (-4 . "<OR") (0 . T1) ... (-4 . "OR>"); for one type just (0 . T).
+// (-4 . "<OR") (0 . T1) ... (-4 . "OR>"); for one type just (0 . T). Group 0 is built as
+// RTDXF0, since a 0 ends a dxutBuildList argument list.
 CResbufPtr entityTypeFilter(std::initializer_list<const char*> types);
 // inner wrapped in (-4 . "<AND") ... (-4 . "AND>") or (-4 . "<NOT") ... (-4 . "NOT>").
 CResbufPtr filterAnd(CResbufPtr inner);

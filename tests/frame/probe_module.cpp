@@ -1,0 +1,27 @@
+// probe.drx: a module for the end-to-end tests. It registers "BURST" in express.drx's
+// group before express.drx does, a command in the group "quantitiestool", and at its own
+// unload (after express.drx's, modules unload last first) prints the groups still on the
+// command stack.
+#include <cstdio>
+#include <string>
+
+#include "hostapi/editor.h"
+
+namespace {
+void probeBurst() { dxutPrintf("\nprobe's BURST ran\n"); }
+void probeQuantities() {}
+}  // namespace
+
+extern "C" int dxrxEntryPoint(int message, void*) {
+  DxEdCommandStack* stack = dxedRegCmds();
+  if (message == 1) {
+    stack->addCommand("KvExpressTools", "BURST", "BURST", 0, probeBurst);
+    stack->addCommand("quantitiestool", "QTYPROBE", "QTYPROBE", 0, probeQuantities);
+  } else if (message == 2) {
+    std::string groups;
+    for (const std::string& g : stack->groups()) groups += " " + g;
+    std::printf("probe: groups at unload:%s\n", groups.c_str());
+    std::fflush(stdout);
+  }
+  return 0;
+}
