@@ -92,6 +92,7 @@ struct Importer::Context {
   std::vector<DxDbObjectId> blockIds;        // by definition index; null: not made
   std::vector<std::uint32_t> cycleGroups;    // by definition index
   DxDbObjectId dimStyle;
+  int nextDimensionBlock = 1;
 
   // ---- properties
   void Apply(DxDbEntity* e, const JwwRecordHead& h, bool withLineType = true) {
@@ -178,6 +179,68 @@ struct Importer::Context {
 
   DxGePoint3d At(double x, double y, const DxGeVector3d& by) const { return {x + by.x, y + by.y, by.z}; }
 
+  DxDbText* MakeText(const JwwText& t, const DxGeVector3d& by) {
+    TextProps p;
+    if (!TextPropsOf(t, p)) return nullptr;
+    DxDbObjectId style = TextStyle(t.fontName, p.bold, p.italic);
+    if (style.isNull()) return nullptr;
+    auto* e = new DxDbText(At(p.position.x, p.position.y, by), t.content.c_str(), style, p.height, p.rotation);
+    e->setWidthFactor(p.widthFactor);
+    if (p.oblique != 0) e->setOblique(p.oblique);
+    Apply(e, t.head);
+    return e;
+  }
+
+  // A dimension and the anonymous block that draws it: the dimension line, the
+  // extension lines and the text as the file has them, so that every reader shows
+  // the dimension as JW_CAD did.
+  bool AddDimension(DxDbBlockTableRecord* owner, const JwwMeasure& m, const DimensionGeom& g, bool extended,
+                    const DxGeVector3d& by) {
+    std::string blockName;
+    DxDbObjectId blockId;
+    {
+      CDbObjectPtr<DxDbBlockTable> table(db->blockTableId(), DxDb::kForWrite);
+      if (!table) return false;
+      do blockName = "*D" + std::to_string(nextDimensionBlock++);
+      while (table->has(blockName.c_str()));
+      auto block = std::make_unique<DxDbBlockTableRecord>();
+      if (block->setName(blockName.c_str()) != Dxad::eOk || table->add(blockId, block.get()) != Dxad::eOk)
+        return false;
+      block.release()->close();
+    }
+    {
+      CDbObjectPtr<DxDbBlockTableRecord> block(blockId, DxDb::kForWrite);
+      if (!block) return false;
+      auto addLine = [&](const JwwLine& l) {
+        auto* e = new DxDbLine(At(l.startX, l.startY, by), At(l.endX, l.endY, by));
+        Apply(e, l.head);
+        Append(block.get(), e);
+      };
+      addLine(m.line);
+      if (extended)
+        for (const JwwLine& x : m.extensionLines)
+          if (IsFinite(x) && (x.startX != x.endX || x.startY != x.endY)) addLine(x);
+      if (DxDbText* text = MakeText(m.text, by)) Append(block.get(), text);
+    }
+    auto* e = new DxDbRotatedDimension(g.rotation, At(g.xLine1.x, g.xLine1.y, by), At(g.xLine2.x, g.xLine2.y, by),
+                                       At(g.dimLine.x, g.dimLine.y, by), g.text.c_str(), dimStyle);
+    e->setTextPosition(At(g.textMiddle.x, g.textMiddle.y, by));
+    Apply(e, m.line.head);
+    std::unique_ptr<DxDbEntity> holder(e);
+    DxDbObjectId id;
+    if (owner->appendDxDbEntity(id, e) != Dxad::eOk) return false;
+    holder.release()->close();
+    // The host has no setter for the block and text angle of a dimension; its entity
+    // list sets them.
+    CResbufPtr list(dxutNewRb(-1));
+    if (!list) return true;
+    dxdbIdToName(list->resval.rlname, id);
+    list->rbnext = dxutBuildList(2, blockName.c_str(), 53, g.textRotation * 180 / 3.14159265358979323846, 0);
+    dxdbEntMod(list.get());
+    return true;
+  }
+
+
   void AddSet(DxDbBlockTableRecord* owner, const JwwEntitySet& set, const DxGeVector3d& by,
              std::optional<std::uint32_t> insideGroup, ImportCounts& n) {
     for (const JwwLine& l : set.lines) {
@@ -207,15 +270,7 @@ struct Importer::Context {
     }
     for (const JwwText& t : set.texts) {
       if (IsPictureText(t.content)) continue;
-      TextProps p;
-      if (!TextPropsOf(t, p)) continue;
-      DxDbObjectId style = TextStyle(t.fontName, p.bold, p.italic);
-      if (style.isNull()) continue;
-      auto* e = new DxDbText(At(p.position.x, p.position.y, by), t.content.c_str(), style, p.height, p.rotation);
-      e->setWidthFactor(p.widthFactor);
-      if (p.oblique != 0) e->setOblique(p.oblique);
-      Apply(e, t.head);
-      n.texts += Append(owner, e);
+      if (DxDbText* e = MakeText(t, by)) n.texts += Append(owner, e);
     }
     for (const JwwSolid& s : set.solids) {
       std::vector<Point2> outline = SolidOutline(s);
@@ -237,13 +292,7 @@ struct Importer::Context {
     bool extended = JwwHasExtendedLayout(doc.version);
     for (const JwwMeasure& m : set.measures) {
       std::optional<DimensionGeom> g = DimensionGeomOf(m, extended);
-      if (!g) continue;
-      auto* e = new DxDbRotatedDimension(g->rotation, At(g->xLine1.x, g->xLine1.y, by),
-                                         At(g->xLine2.x, g->xLine2.y, by), At(g->dimLine.x, g->dimLine.y, by),
-                                         g->text.c_str(), dimStyle);
-      e->setTextPosition(At(g->textMiddle.x, g->textMiddle.y, by));
-      Apply(e, m.line.head);
-      n.dimensions += Append(owner, e);
+      if (g) n.dimensions += AddDimension(owner, m, *g, extended, by);
     }
     for (const JwwBlock& b : set.blocks) {
       if (!IsFinite(b)) continue;

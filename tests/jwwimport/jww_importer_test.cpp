@@ -291,6 +291,17 @@ TEST(JwwImportEntities, EveryKindLandsAtTheOffsetWithItsGeometry) {
   EXPECT_EQ(dims[0]->xLine2Point(), DxGePoint3d(130, 200, 0));
   EXPECT_EQ(dims[0]->dimLinePoint(), DxGePoint3d(130, 210, 0));
   EXPECT_EQ(dims[0]->dimensionText(), "3,000");
+  // Its block draws the dimension line, both extension lines and the text, in place.
+  std::vector<DxDbEntity*> pieces;
+  ASSERT_EQ(dims[0]->explode(pieces), Dxad::eOk);
+  std::map<std::string, int> kinds;
+  for (DxDbEntity* p : pieces) {
+    kinds[p->isA()->name()]++;
+    if (auto* l = DxRxObject::cast<DxDbLine>(p); l && l->startPoint().y == 210)
+      EXPECT_EQ(l->endPoint(), DxGePoint3d(130, 210, 0));
+    delete p;
+  }
+  EXPECT_EQ(kinds, (std::map<std::string, int>{{"DxDbLine", 3}, {"DxDbText", 1}}));
 }
 
 TEST(JwwImportTextStyles, StylesAreSharedByTypefaceAndKindAndFoundAgain) {
