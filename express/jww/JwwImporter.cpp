@@ -17,8 +17,8 @@ using express::CResbufPtr;
 
 constexpr int kLayerCount = 256;
 // Extended-data flags of a TrueType text style.
-constexpr std::int32_t kItalicFlag = 0x01000000;
-constexpr std::int32_t kBoldFlag = 0x02000000;
+constexpr std::int32_t kItalicFlag = 0x02000000;
+constexpr std::int32_t kBoldFlag = 0x01000000;
 
 // The JWW layer of a record head, or -1 for numbers outside the 16 x 16 layers.
 int LayerIndex(const JwwRecordHead& h) {
