@@ -1,5 +1,6 @@
 // Reading a DXF file into a database.
 #include <cstring>
+#include <deque>
 
 #include "host/db/database_impl.h"
 
@@ -48,7 +49,7 @@ struct Record {
   bool hasOwner = false;
   DxDbObjectIdArray reactors;
   DxDbObjectId xdict;
-  std::string arena;
+  std::deque<std::string> spill;  // texts the reader could not hand out from the file
   uint64_t line = 0;
 
   const InTag* find(int code) const {
@@ -62,14 +63,6 @@ struct Record {
   }
 };
 
-struct RawTag {
-  int code;
-  Kind kind;
-  double real;
-  int64_t integer;
-  const char* ptr;  // text in the file's own bytes; null: at off in the record's arena
-  uint32_t off, len;
-};
 
 inline bool pointCode(int c) {
   return (c >= 10 && c <= 18) || (c >= 110 && c <= 112) || c == 210 || (c >= 1010 && c <= 1013);
@@ -100,9 +93,7 @@ class Reader {
     return true;
   }
   bool readRecord(Record& rec);
-  static std::string_view rawText(const Record& rec, const RawTag& r) {
-    return {r.ptr ? r.ptr : rec.arena.data() + r.off, r.len};
-  }
+
   bool readHeader();
   bool readClasses();
   bool readTables();
@@ -124,99 +115,98 @@ class Reader {
   std::string m_error;
   bool m_eof = false;
   bool m_sawHeader = false;
-  std::vector<RawTag> m_raw;
   // Open sequence (attributes of an insert, vertices of a polyline).
   DxDbObject* m_seqParent = nullptr;
   std::vector<Stub*> m_unhandled;  // objects the file gave no handle
 };
 
 bool Reader::readRecord(Record& rec) {
-  // The 0 group has just been read; rec.type holds its value.
+  // The 0 group has just been read; rec.type holds its value. One pass: points are
+  // folded, references resolved, and handle, owner and the reactor and
+  // extension-dictionary groups ahead of the first subclass taken off.
   rec.tags.clear();
-  rec.arena.clear();
+  rec.spill.clear();
   rec.hasHandle = rec.hasOwner = false;
   rec.handle = 0;
   rec.owner = {};
   rec.reactors.clear();
   rec.xdict = {};
   rec.line = m_rd.position();
-  m_raw.clear();
+  enum { kBody, kReactors, kXDict } group = kBody;
+  bool beforeSubclass = true;
   dxf::Tag t;
   while (true) {
     if (!m_rd.next(t)) {
       if (!m_rd.error().empty()) return fail(m_rd.error());
       return fail("unexpected end of file inside " + rec.type);
     }
-    if (t.code == 0) {
+    const int code = t.code;
+    if (code == 0) {
       m_rd.pushBack();
       break;
     }
-    if (t.code == 999) continue;
-    RawTag r{t.code, t.kind, t.real, t.integer, nullptr, 0, 0};
-    if (t.kind == Kind::String || t.kind == Kind::Binary || t.kind == Kind::Comment) {
-      r.len = uint32_t(t.text.size());
-      if (m_rd.stable(t.text)) {
-        r.ptr = t.text.data();
-      } else {
-        r.off = uint32_t(rec.arena.size());
-        rec.arena.append(t.text);
+    if (code == 999) continue;
+    std::string_view text;
+    if (t.kind == Kind::String || t.kind == Kind::Binary || t.kind == Kind::Comment)
+      text = m_rd.stable(t.text) ? t.text : std::string_view(rec.spill.emplace_back(t.text));
+    if (group != kBody) {
+      if (code == 102) group = kBody;
+      else if (code == 330 && group == kReactors) {
+        if (Stub* s = m_db.stubFor(parseHex(text))) rec.reactors.emplace_back(s);
+      } else if (code == 360 && group == kXDict) {
+        rec.xdict = DxDbObjectId(m_db.stubFor(parseHex(text)));
       }
+      continue;
     }
-    m_raw.push_back(r);
-  }
-  // Fold points, resolve references, take off handle, owner and the reactor and
-  // extension-dictionary groups that precede the first subclass.
-  bool beforeSubclass = true;
-  rec.tags.reserve(m_raw.size());
-  for (size_t i = 0; i < m_raw.size(); ++i) {
-    const RawTag& r = m_raw[i];
-    std::string_view text(r.ptr ? r.ptr : rec.arena.data() + r.off, r.len);
-    if (r.code == 100) beforeSubclass = false;
-    if ((r.code == 5 || r.code == 105) && !rec.hasHandle) {
+    if (code == 100) beforeSubclass = false;
+    if ((code == 5 || code == 105) && !rec.hasHandle) {
       rec.handle = parseHex(text);
       rec.hasHandle = rec.handle != 0;
       continue;
     }
-    if (r.code == 102 && text == "{ACAD_REACTORS") {
-      for (++i; i < m_raw.size() && m_raw[i].code != 102; ++i)
-        if (m_raw[i].code == 330)
-          if (Stub* s = m_db.stubFor(parseHex(rawText(rec, m_raw[i]))))
-            rec.reactors.emplace_back(s);
+    if (code == 102 && text == "{ACAD_REACTORS") {
+      group = kReactors;
       continue;
     }
-    if (r.code == 102 && text == "{ACAD_XDICTIONARY") {
-      for (++i; i < m_raw.size() && m_raw[i].code != 102; ++i)
-        if (m_raw[i].code == 360) rec.xdict = DxDbObjectId(m_db.stubFor(parseHex(rawText(rec, m_raw[i]))));
+    if (code == 102 && text == "{ACAD_XDICTIONARY") {
+      group = kXDict;
       continue;
     }
-    if (r.code == 330 && beforeSubclass && !rec.hasOwner) {
+    if (code == 330 && beforeSubclass && !rec.hasOwner) {
       rec.owner = DxDbObjectId(m_db.stubFor(parseHex(text)));
       rec.hasOwner = true;
       continue;
     }
-    InTag in;
-    in.code = r.code;
-    in.kind = r.kind;
-    in.real = r.real;
-    in.integer = r.integer;
-    in.text = text;
-    if (pointCode(r.code) && r.kind == Kind::Double && i + 1 < m_raw.size() &&
-        m_raw[i + 1].code == r.code + 10) {
-      in.dims = 2;
-      in.pt[0] = r.real;
-      in.pt[1] = m_raw[i + 1].real;
-      ++i;
-      if (i + 1 < m_raw.size() && m_raw[i + 1].code == r.code + 20) {
-        in.dims = 3;
-        in.pt[2] = m_raw[i + 1].real;
-        ++i;
+    if (!rec.tags.empty() && t.kind == Kind::Double) {
+      // The y and z of the point just begun.
+      InTag& last = rec.tags.back();
+      if (last.dims == 1 && code == last.code + 10) {
+        last.pt[1] = t.real;
+        last.dims = 2;
+        continue;
       }
-    } else if (refCode(r.code)) {
+      if (last.dims == 2 && code == last.code + 20) {
+        last.pt[2] = t.real;
+        last.dims = 3;
+        continue;
+      }
+    }
+    if (!rec.tags.empty() && rec.tags.back().dims == 1) rec.tags.back().dims = 0;  // a lone x
+    InTag& in = rec.tags.emplace_back();
+    in.code = code;
+    in.kind = t.kind;
+    in.real = t.real;
+    in.integer = t.integer;
+    in.text = text;
+    if (t.kind == Kind::Double && pointCode(code)) {
+      in.pt[0] = t.real;
+      in.dims = 1;
+    } else if (refCode(code)) {
       in.isRef = true;
       in.id = DxDbObjectId(m_db.stubFor(parseHex(text)));
     }
-    rec.tags.push_back(in);
   }
+  if (!rec.tags.empty() && rec.tags.back().dims == 1) rec.tags.back().dims = 0;
   return true;
 }
 

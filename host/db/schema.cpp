@@ -93,13 +93,11 @@ const ClassSchema* schemaOf(const DxDbObject& o) { return schemaOf(o.isA()); }
 
 DxDbObjectId LoadContext::resolveName(Table t, std::string_view name, bool create) {
   if (name.empty() || !db) return {};
-  Recent& r = m_recent[size_t(t)];
-  if (!r.id.isNull() && r.name == name && !r.id.isErased() && r.id.isValid()) return r.id;
+  auto& seen = m_seen[size_t(t)];
+  if (auto it = seen.find(name); it != seen.end() && !it->second.isErased() && it->second.isValid())
+    return it->second;
   DxDbObjectId id = db->recordId(t, name);
-  if (!id.isNull()) {
-    r.name.assign(name.data(), name.size());
-    r.id = id;
-  }
+  if (!id.isNull()) seen.emplace(std::string(name), id);
   if (!id.isNull() || !create || !db->table(t)) return id;
   // A name the tables lack: a CAD host adds the record rather than lose the reference.
   DxDbSymbolTableRecord* rec = nullptr;
@@ -114,7 +112,9 @@ DxDbObjectId LoadContext::resolveName(Table t, std::string_view name, bool creat
   }
   Access::name(*rec).assign(name.data(), name.size());
   Access::implicit(*rec) = !fromEntityList;
-  return db->addRecord(t, rec);
+  id = db->addRecord(t, rec);
+  seen.emplace(std::string(name), id);
+  return id;
 }
 
 // ---------------------------------------------------------------------------------------

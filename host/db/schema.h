@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "host/dxf/tags.h"
@@ -141,12 +142,13 @@ struct LoadContext {
   DxDbObjectId resolveName(Table t, std::string_view name, bool create = true);
 
  private:
-  // The last name looked up per table: most entities repeat their neighbour's layer.
-  struct Recent {
-    std::string name;
-    DxDbObjectId id;
+  // Names seen while loading, as written, per table: a drawing names a few dozen
+  // layers a million times.
+  struct NameHash {
+    using is_transparent = void;
+    size_t operator()(std::string_view s) const { return std::hash<std::string_view>()(s); }
   };
-  Recent m_recent[10];
+  std::unordered_map<std::string, DxDbObjectId, NameHash, std::equal_to<>> m_seen[10];
 };
 
 // The schema of a class (walking up to the nearest class that has one).

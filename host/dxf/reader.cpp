@@ -189,14 +189,15 @@ class AsciiReader final : public ReaderBase {
     const char* p = cur_;
     tagStart_ = p;
     tagLine_ = line_;
-    if (isBlank(p, end_)) {
-      done_ = true;  // blank lines or padding after the last tag are not an error
-      return false;
-    }
     int code;
-    if (!parseCode(p, code))
+    if (!parseCode(p, code)) {
+      if (isBlank(cur_, end_)) {
+        done_ = true;  // blank lines or padding after the last tag are not an error
+        return false;
+      }
       return fail("line " + std::to_string(line_) + ": invalid group code '" +
                   quoteLine(cur_, end_) + "'");
+    }
     if (p == end_)
       return fail("line " + std::to_string(line_) + ": group code " + std::to_string(code) +
                   " without a value");

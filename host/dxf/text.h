@@ -3,6 +3,9 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
+
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -47,8 +50,18 @@ void appendCodePoint(uint32_t cp, std::string& out);
 
 // True when s contains a byte >= 0x80 or a backslash, the only cases that need work.
 inline bool needsDecoding(std::string_view s) {
-  for (unsigned char c : s)
-    if (c >= 0x80 || c == '\\') return true;
+  // Eight bytes at a time: any high bit, or any byte equal to a backslash.
+  const char* p = s.data();
+  size_t n = s.size();
+  for (; n >= 8; p += 8, n -= 8) {
+    uint64_t w;
+    std::memcpy(&w, p, 8);
+    uint64_t x = w ^ 0x5C5C5C5C5C5C5C5CULL;
+    uint64_t zeroByte = (x - 0x0101010101010101ULL) & ~x & 0x8080808080808080ULL;
+    if ((w & 0x8080808080808080ULL) | zeroByte) return true;
+  }
+  for (; n; ++p, --n)
+    if ((unsigned char)*p >= 0x80 || *p == '\\') return true;
   return false;
 }
 

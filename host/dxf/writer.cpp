@@ -96,8 +96,23 @@ char* putReal(char* p, char* end, double v) {
 }
 
 bool hasLineBreakOrHigh(std::string_view s, bool high) {
-  for (unsigned char c : s)
+  // Eight bytes at a time: a byte equal to LF or CR, or (when asked) a high bit.
+  auto hasByte = [](uint64_t w, uint64_t pattern) {
+    uint64_t x = w ^ pattern;
+    return ((x - 0x0101010101010101ULL) & ~x & 0x8080808080808080ULL) != 0;
+  };
+  const uint64_t highMask = high ? 0x8080808080808080ULL : 0;
+  const char* p = s.data();
+  size_t n = s.size();
+  for (; n >= 8; p += 8, n -= 8) {
+    uint64_t w;
+    std::memcpy(&w, p, 8);
+    if ((w & highMask) || hasByte(w, 0x0A0A0A0A0A0A0A0AULL) || hasByte(w, 0x0D0D0D0D0D0D0D0DULL)) return true;
+  }
+  for (; n; ++p, --n) {
+    unsigned char c = static_cast<unsigned char>(*p);
     if (c == '\n' || c == '\r' || (high && c >= 0x80)) return true;
+  }
   return false;
 }
 
@@ -127,9 +142,17 @@ void TagWriter::str(int c, std::string_view s) {
     buf_ += '\n';
     return;
   }
-  char b[16];
+  // One append for the common short value: code, text and line end together.
+  char b[272];
   char* p = putCode(b, c);
-  buf_.append(b, p - b);
+  if (s.size() <= 256) {
+    std::memcpy(p, s.data(), s.size());
+    p += s.size();
+    *p++ = '\n';
+    buf_.append(b, size_t(p - b));
+    return;
+  }
+  buf_.append(b, size_t(p - b));
   buf_.append(s);
   buf_ += '\n';
 }
