@@ -22,3 +22,11 @@ for f in examples/*.dxf; do
     echo "   saved out/$name.dxf"
   fi
 done
+
+# JWW import: a house plan written with our own JWW writer (JW_CAD's files are not on a
+# user's machine), imported with FILEIMP into a new drawing and saved as DXF.
+echo "== JWW import (FILEIMP)"
+build/tools/jww_make_drawing example out/house.jww
+build/bin/draxel -c "FILEIMP out/house.jww 0,0" -o out/house.dxf
+build/bin/draxel --report out/house.dxf
+echo "   imported out/house.jww, saved out/house.dxf"
