@@ -1,0 +1,327 @@
+#!/usr/bin/python3
+"""BURST as a user runs it: draxel with express.drx on DXF drawings made here with ezdxf
+and on the shared multi_insert_with_attribs.dxf; results read back with ezdxf, undo
+checked with dxfcompare.
+
+Environment: DRAXEL, EXPRESS (express.drx), DX_TOOLS (tests/tools), DX_SHARED_DATA.
+"""
+
+import math
+import os
+import subprocess
+import sys
+import tempfile
+import unittest
+
+import ezdxf
+
+DRAXEL = os.environ.get("DRAXEL", "draxel")
+EXPRESS = os.environ.get("EXPRESS", "express.drx")
+TOOLS = os.environ.get("DX_TOOLS", os.path.join(os.path.dirname(__file__), "..", "tools"))
+SHARED = os.environ.get("DX_SHARED_DATA", "")
+
+BYBLOCK, BYLAYER = 0, 256
+
+
+def close(a, b, tol=1e-9):
+    return all(math.isclose(x, y, rel_tol=tol, abs_tol=tol) for x, y in zip(a, b))
+
+
+class BurstDrawing(unittest.TestCase):
+    """Block PART, referenced with each kind of inherited property, and a runner."""
+
+    def setUp(self):
+        self.tmpdir = tempfile.TemporaryDirectory()
+        self.tmp = self.tmpdir.name
+        doc = ezdxf.new("R2018", setup=True)
+        doc.layers.add("REFS", color=5)
+        doc.layers.add("L2", color=3)
+        doc.layers.add("LOCKED").lock()
+        doc.styles.add("NARROW", font="DejaVuSans.ttf")
+        inner = doc.blocks.new("INNER")
+        inner.add_circle((0, 0), 0.25)
+        part = doc.blocks.new("PART")
+        # Pieces that inherit everything, one property, or nothing.
+        part.add_line((0, 0), (4, 0), dxfattribs={"layer": "0", "color": BYBLOCK, "linetype": "BYBLOCK"})
+        part.add_arc((0, 0), 2, 0, 90, dxfattribs={"layer": "0", "color": 1})
+        part.add_line((0, 1), (4, 1), dxfattribs={"layer": "L2", "color": BYBLOCK})
+        part.add_circle((2, 2), 1, dxfattribs={"layer": "L2", "color": 3, "linetype": "CONTINUOUS"})
+        part.add_lwpolyline([(0, 3), (1, 3), (1, 4)], dxfattribs={"layer": "L2", "linetype": "BYBLOCK"})
+        part.add_blockref("INNER", (3, 3), dxfattribs={"layer": "0"})
+        part.add_attdef("NAME", (0, -1), dxfattribs={"height": 0.5, "layer": "0", "color": BYBLOCK})
+        part.add_attdef("NOTE", (2, -2), dxfattribs={"height": 0.7, "style": "NARROW", "layer": "L2",
+                                                    "color": 4}).set_placement((2, -2), align=ezdxf.enums.TextEntityAlignment.MIDDLE_CENTER)
+        part.add_attdef("HIDDEN", (0, -3), dxfattribs={"height": 0.3, "flags": 1, "layer": "0"})
+        self.doc = doc
+        self.msp = doc.modelspace()
+        self.refs = {}
+
+    def tearDown(self):
+        self.tmpdir.cleanup()
+
+    def path(self, name):
+        return os.path.join(self.tmp, name)
+
+    def reference(self, label, x, rotation=0.0, **attribs):
+        """A PART reference at (x, 0) with its three attributes."""
+        ref = self.msp.add_blockref("PART", (x, 0), dxfattribs=dict(rotation=rotation, **attribs))
+        ref.add_auto_attribs({"NAME": f"{label}-name", "NOTE": f"{label} note", "HIDDEN": f"{label}-hidden"})
+        self.refs[label] = ref.dxf.handle
+        return ref
+
+    def run_script(self, text, drawing=None, out="out.dxf"):
+        if drawing is None:
+            drawing = self.path("in.dxf")
+            self.doc.saveas(drawing)
+        self.drawing = drawing
+        scr = self.path("run.scr")
+        with open(scr, "w") as f:
+            f.write(text)
+        out = self.path(out)
+        r = subprocess.run([DRAXEL, drawing, "--load", EXPRESS, "-s", scr, "-o", out],
+                           capture_output=True, text=True, timeout=300)
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        self.out = out
+        return r, ezdxf.readfile(out)
+
+    def same_drawing(self, a, b):
+        r = subprocess.run([sys.executable, os.path.join(TOOLS, "dxfcompare.py"), a, b],
+                           capture_output=True, text=True, timeout=300)
+        return r.returncode == 0, r.stdout + r.stderr
+
+    def roundtrip(self):
+        rt = self.path("roundtrip.dxf")
+        r = subprocess.run([DRAXEL, self.drawing, "-o", rt], capture_output=True, text=True, timeout=300)
+        self.assertEqual(r.returncode, 0, r.stderr)
+        return rt
+
+    @staticmethod
+    def near(doc, x, kind):
+        """Entities of a kind whose first point lies within the reference placed at x."""
+        found = []
+        for e in doc.modelspace().query(kind):
+            if kind == "LWPOLYLINE":
+                p = e.get_points()[0]
+            else:
+                p = e.dxf.insert if e.dxf.hasattr("insert") else e.dxf.start if e.dxf.hasattr("start") else e.dxf.center
+            if x - 10 <= p[0] <= x + 10:
+                found.append(e)
+        return found
+
+    def props(self, e):
+        return (e.dxf.layer, e.dxf.get("color", BYLAYER), e.dxf.get("linetype", "BYLAYER").upper())
+
+
+class BurstsEveryKindOfReference(BurstDrawing):
+    def burst_all(self):
+        self.reference("R1", 0, layer="REFS", color=2, linetype="DASHED")
+        self.reference("R2", 100, rotation=30, layer="REFS")   # no colour, no linetype group
+        self.reference("R3", 200, layer="0", color=BYBLOCK, linetype="BYBLOCK")
+        return self.run_script('BURST ALL ""\n')
+
+    def test_no_reference_no_attdef_and_nested_references_stay(self):
+        r, doc = self.burst_all()
+        msp = doc.modelspace()
+        self.assertEqual([e.dxf.name for e in msp.query("INSERT")], ["INNER"] * 3)
+        self.assertEqual(len(msp.query("ATTDEF")), 0)
+        self.assertEqual(len(msp.query("ATTRIB")), 0)
+        # Every piece came out once per reference.
+        for kind, n in (("LINE", 6), ("ARC", 3), ("CIRCLE", 3), ("LWPOLYLINE", 3), ("TEXT", 9)):
+            self.assertEqual(len(msp.query(kind)), n, kind)
+
+    def test_attribute_values_become_texts_where_the_attributes_were(self):
+        source = {}
+        r, doc = self.burst_all()
+        before = ezdxf.readfile(self.drawing)
+        for ref in before.modelspace().query("INSERT"):
+            for a in ref.attribs:
+                source[a.dxf.text] = a
+        texts = {t.dxf.text: t for t in doc.modelspace().query("TEXT")}
+        self.assertEqual(sorted(texts), sorted(source))   # invisible ones too
+        for value, a in source.items():
+            t = texts[value]
+            self.assertTrue(close(t.dxf.insert, a.dxf.insert), value)
+            self.assertAlmostEqual(t.dxf.height, a.dxf.height, msg=value)
+            self.assertAlmostEqual(t.dxf.rotation, a.dxf.get("rotation", 0), msg=value)
+            self.assertEqual(t.dxf.style, a.dxf.get("style", "Standard"), value)
+            self.assertEqual(t.dxf.get("halign", 0), a.dxf.get("halign", 0), value)
+            self.assertEqual(t.dxf.get("valign", 0), a.dxf.get("valign", 0), value)
+            if a.dxf.get("halign", 0) or a.dxf.get("valign", 0):
+                self.assertTrue(close(t.dxf.align_point, a.dxf.align_point), value)
+        note = texts["R2 note"]
+        self.assertEqual((note.dxf.halign, note.dxf.valign), (1, 2))  # middle centre survives
+        self.assertAlmostEqual(note.dxf.rotation, 30)
+
+    def test_reference_with_colour_and_linetype(self):
+        r, doc = self.burst_all()
+        line = [e for e in self.near(doc, 0, "LINE") if abs(e.dxf.start[1]) < 1e-9][0]
+        self.assertEqual(self.props(line), ("REFS", 2, "DASHED"))
+        arc = self.near(doc, 0, "ARC")[0]
+        self.assertEqual(self.props(arc), ("REFS", 1, "BYLAYER"))      # only the layer inherited
+        l2 = [e for e in self.near(doc, 0, "LINE") if abs(e.dxf.start[1] - 1) < 1e-9][0]
+        self.assertEqual(self.props(l2), ("L2", 2, "BYLAYER"))         # only the colour
+        poly = self.near(doc, 0, "LWPOLYLINE")[0]
+        self.assertEqual(self.props(poly), ("L2", BYLAYER, "DASHED"))  # only the linetype
+        circle = self.near(doc, 0, "CIRCLE")[0]
+        self.assertEqual(self.props(circle), ("L2", 3, "CONTINUOUS"))  # nothing
+        texts = {t.dxf.text: t for t in self.near(doc, 0, "TEXT")}
+        self.assertEqual(self.props(texts["R1-name"]), ("REFS", 2, "BYLAYER"))
+        self.assertEqual(self.props(texts["R1 note"]), ("L2", 4, "BYLAYER"))
+
+    def test_reference_without_colour_group(self):
+        r, doc = self.burst_all()
+        lines = sorted(self.near(doc, 100, "LINE"), key=lambda e: e.dxf.start[1])
+        # A BYBLOCK piece becomes BYLAYER; a BYBLOCK linetype becomes BYLAYER.
+        self.assertEqual(self.props(lines[0]), ("REFS", BYLAYER, "BYLAYER"))
+        self.assertEqual(self.props(lines[1]), ("L2", BYLAYER, "BYLAYER"))
+        texts = {t.dxf.text: t for t in self.near(doc, 100, "TEXT")}
+        self.assertEqual(self.props(texts["R2-name"]), ("REFS", BYLAYER, "BYLAYER"))  # colour 0 -> 256
+
+    def test_reference_on_layer_0_with_byblock_colour(self):
+        r, doc = self.burst_all()
+        line = [e for e in self.near(doc, 200, "LINE") if abs(e.dxf.start[1]) < 1e-9][0]
+        self.assertEqual(self.props(line), ("0", BYBLOCK, "BYBLOCK"))
+        arc = self.near(doc, 200, "ARC")[0]
+        self.assertEqual(self.props(arc), ("0", 1, "BYLAYER"))
+        texts = {t.dxf.text: t for t in self.near(doc, 200, "TEXT")}
+        self.assertEqual(self.props(texts["R3-name"]), ("0", BYBLOCK, "BYLAYER"))
+
+    def test_one_u_gives_back_every_reference(self):
+        self.reference("R1", 0, layer="REFS", color=2, linetype="DASHED")
+        self.reference("R2", 100, layer="REFS")
+        r, doc = self.run_script('BURST ALL ""\nU\n')
+        ok, diff = self.same_drawing(self.roundtrip(), self.out)
+        self.assertTrue(ok, diff)
+        self.assertEqual(len(doc.modelspace().query("INSERT[name=='PART']")), 2)
+
+
+class LeavesAlone(BurstDrawing):
+    def test_locked_layer_reference_is_not_selected(self):
+        self.reference("R1", 0, layer="REFS")
+        self.reference("RL", 100, layer="LOCKED")
+        r, doc = self.run_script('BURST ALL ""\n')
+        refs = doc.modelspace().query("INSERT[name=='PART']")
+        self.assertEqual([e.dxf.handle for e in refs], [self.refs["RL"]])
+        self.assertEqual(len(refs[0].attribs), 3)
+        self.assertNotIn("RL-name", [t.dxf.text for t in doc.modelspace().query("TEXT")])
+
+    def test_only_block_references_are_taken(self):
+        self.reference("R1", 0, layer="REFS")
+        self.msp.add_line((500, 500), (510, 510))
+        self.msp.add_text("plain", dxfattribs={"insert": (520, 500)})
+        r, doc = self.run_script('BURST ALL ""\n')
+        self.assertEqual(len(doc.modelspace().query("LINE")), 2 + 1)
+        self.assertEqual(len(doc.modelspace().query("INSERT[name=='PART']")), 0)
+
+    def test_empty_selection_changes_nothing(self):
+        self.reference("R1", 0, layer="REFS")
+        r, doc = self.run_script('BURST W 1000,1000 1010,1010 ""\n')
+        ok, diff = self.same_drawing(self.roundtrip(), self.out)
+        self.assertTrue(ok, diff)
+
+    def test_external_and_unexplodable_blocks_are_reported_and_kept(self):
+        self.doc.add_xref_def("elsewhere.dxf", "OUTSIDE")
+        self.msp.add_blockref("OUTSIDE", (300, 0))
+        fixed = self.doc.blocks.new("FIXED")
+        fixed.add_line((0, 0), (1, 1))
+        fixed.block_record.dxf.explode = 0
+        self.msp.add_blockref("FIXED", (400, 0))
+        self.reference("R1", 0, layer="REFS")
+        r, doc = self.run_script('BURST ALL ""\n')
+        self.assertIn("external reference", r.stdout)
+        self.assertIn("cannot be exploded", r.stdout)
+        names = sorted(e.dxf.name for e in doc.modelspace().query("INSERT"))
+        self.assertEqual(names, ["FIXED", "INNER", "OUTSIDE"])   # R1 was still burst
+
+    def test_reference_outside_the_current_space_is_counted_and_kept(self):
+        self.reference("R1", 0, layer="REFS")
+        paper = self.doc.layouts.get("Layout1")
+        far = paper.add_blockref("PART", (0, 0))
+        r, doc = self.run_script(f'BURST #{self.refs["R1"]} #{far.dxf.handle} ""\n')
+        if "2 objects selected, 1 of them" not in r.stdout:
+            self.skipTest("draxel does not select objects of another space by handle")
+        self.assertEqual(len(doc.layouts.get("Layout1").query("INSERT")), 1)
+        self.assertEqual(len(doc.modelspace().query("INSERT[name=='PART']")), 0)
+
+
+class MultilineAttributes(BurstDrawing):
+    def test_multiline_attribute_becomes_multiline_text(self):
+        ref = self.reference("R1", 0, layer="REFS", color=6)
+        a = ref.add_attrib("MEMO", "", (0, -5), dxfattribs={"color": BYBLOCK, "layer": "0"})
+        mt = ezdxf.entities.MText.new(dxfattribs={"insert": (0, -5), "char_height": 0.4, "width": 8})
+        mt.text = "first line\\Psecond line"
+        a.embed_mtext(mt)
+        r, doc = self.run_script('BURST ALL ""\n')
+        mtexts = doc.modelspace().query("MTEXT")
+        self.assertEqual(len(mtexts), 1)
+        m = mtexts[0]
+        self.assertEqual(m.text, "first line\\Psecond line")
+        self.assertEqual(self.props(m), ("REFS", 6, "BYLAYER"))
+        self.assertTrue(close(m.dxf.insert, (0, -5, 0)))
+
+
+class SharedSample(unittest.TestCase):
+    """multi_insert_with_attribs.dxf: an array reference of FLAG on layer FLAGS, three
+    attributes on layer 0, a 2-D polyline and a circle in the block."""
+
+    def setUp(self):
+        self.src = os.path.join(SHARED, "dxf", "multi_insert_with_attribs.dxf")
+        if not SHARED or not os.path.exists(self.src):
+            self.skipTest(f"shared sample {self.src} is not here (set DX_SHARED_DATA)")
+        self.tmpdir = tempfile.TemporaryDirectory()
+
+    def tearDown(self):
+        self.tmpdir.cleanup()
+
+    def burst(self, src):
+        before = ezdxf.readfile(src)
+        refs = before.modelspace().query("INSERT")
+        attribs = {a.dxf.text: a for ref in refs for a in ref.attribs}
+        out = os.path.join(self.tmpdir.name, "out.dxf")
+        r = subprocess.run([DRAXEL, src, "--load", EXPRESS, "-c", 'BURST ALL ""', "-o", out],
+                           capture_output=True, text=True, timeout=300)
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        doc = ezdxf.readfile(out)
+        msp = doc.modelspace()
+        self.assertEqual(len(msp.query("INSERT")), 0)
+        self.assertEqual(len(msp.query("ATTDEF")), 0)
+        texts = {t.dxf.text: t for t in msp.query("TEXT")}
+        self.assertEqual(sorted(texts), sorted(attribs))
+        for value, a in attribs.items():
+            t = texts[value]
+            self.assertTrue(close(t.dxf.insert, a.dxf.insert), value)
+            self.assertAlmostEqual(t.dxf.height, a.dxf.height)
+            self.assertAlmostEqual(t.dxf.rotation, a.dxf.rotation)
+            self.assertEqual(t.dxf.style.upper(), a.dxf.get("style", "Standard").upper())
+            self.assertEqual((t.dxf.get("halign", 0), t.dxf.get("valign", 0)),
+                             (a.dxf.get("halign", 0), a.dxf.get("valign", 0)))
+            self.assertEqual(t.dxf.get("color", BYLAYER), a.dxf.get("color", BYLAYER))
+        # Everything of the block sat on layer 0 and takes the reference's layer.
+        self.assertEqual({e.dxf.layer for e in msp}, {ref.dxf.layer for ref in refs})
+        self.assertEqual(sorted(e.dxftype() for e in msp if e.dxftype() != "TEXT"),
+                         sorted(e.dxftype() for e in before.blocks.get(refs[0].dxf.name)
+                                if e.dxftype() != "ATTDEF"))
+        return doc
+
+    def test_burst_of_the_sample_with_its_polyline_made_light(self):
+        # The same drawing with the block's 2-D polyline as a light one, which the host's
+        # EXPLODE copies whole.
+        doc = ezdxf.readfile(self.src)
+        block = doc.blocks.get("FLAG")
+        for heavy in block.query("POLYLINE"):
+            block.add_lwpolyline([(v.dxf.location.x, v.dxf.location.y) for v in heavy.vertices],
+                                         close=heavy.is_closed, dxfattribs={"layer": heavy.dxf.layer})
+            block.delete_entity(heavy)
+        src = os.path.join(self.tmpdir.name, "light.dxf")
+        doc.saveas(src)
+        self.burst(src)
+
+    @unittest.expectedFailure
+    def test_burst_of_the_sample(self):
+        # The host's EXPLODE gives a 2-D polyline of a block no vertices and writes its end
+        # marker with handle 0, which no reader accepts. Succeeds once EXPLODE keeps them.
+        self.burst(self.src)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
