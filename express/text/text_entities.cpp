@@ -61,11 +61,16 @@ bool readTextRecord(DxDbObjectId id, TextRecord& rec) {
         break;
       case 40: t.height = rb->resval.rreal; break;
       case 41: t.widthFactor = rb->resval.rreal; break;
-      case 50: t.rotation = rb->resval.rreal; break;
       case 62: t.color = rb->resval.rint; break;
       case 210: rec.normal = DxGeVector3d(rb->resval.rpoint[0], rb->resval.rpoint[1], rb->resval.rpoint[2]); break;
       default: break;
     }
+  }
+  // The angle from the object: it is in radians there whatever unit lists carry.
+  {
+    CDbObjectPtr<DxDbText> obj(id, DxDb::kForRead);
+    if (!obj) return false;
+    t.rotation = obj->rotation();
   }
   t.annotative = isAnnotative(list.get());
   dx_point lowerLeft, upperRight;

@@ -123,7 +123,7 @@ bool makeByList(const TextRecord& head, const MergeResult& merged) {
   std::string style = recordName(styleId(db, head.style));
   double loc[3] = {at.location.x, at.location.y, at.location.z};
   double dir[3] = {at.direction.x, at.direction.y, at.direction.z};
-  CResbufPtr list(dxutBuildList(0, "MTEXT", 8, layer.c_str(), 10, loc, 40, head.text.height, 41, merged.width,
+  CResbufPtr list(dxutBuildList(RTDXF0, "MTEXT", 8, layer.c_str(), 10, loc, 40, head.text.height, 41, merged.width,
                                 71, 1, 72, 5, 1, merged.contents.c_str(), 7, style.c_str(), 11, dir, 62,
                                 head.text.color, 0));
   if (dxdbEntMake(list.get()) != RTNORM) return false;

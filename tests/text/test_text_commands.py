@@ -162,7 +162,7 @@ class Txt2mtxtMerging(TextDrawing):
         self.text("B", "small", 0, 20, height=2.5, color=1)
         self.text("C", "red", 0, 10, height=2.5, color=256)
         self.ini(WORDWARD="FALSE")
-        doc = self.run_script("LUPREC 2\ntxt2mtxt W -1,0 100,100 \"\"\n")
+        doc = self.run_script("DIMZIN 0\nLUPREC 2\ntxt2mtxt W -1,0 100,100 \"\"\n")
         [m] = self.mtexts(doc)
         self.assertEqual(m.text, "Big \\P\\H2.50;small \\P\\C256;red ")
         self.assertAlmostEqual(m.dxf.char_height, 5)
@@ -208,11 +208,8 @@ class Txt2mtxtConversion(TextDrawing):
     def test_vertical_text_is_measured_by_its_height(self):
         m = self.convert_one("a rather long upright text", rotation=90, height=3)
         self.assertAlmostEqual(m.dxf.width, 3)
-        self.assertAlmostEqual(m.dxf.get("rotation", 0), 90, places=6)
-        d = m.dxf.get("text_direction", None)
-        if d is not None:
-            self.assertAlmostEqual(d.x, 0, places=6)
-            self.assertAlmostEqual(d.y, 1, places=6)
+        self.assertAlmostEqual(m.get_rotation(), 90, places=6)
+        self.assertAlmostEqual(m.dxf.insert.y, 3)  # raised by its height, not turned
 
     def test_style_of_the_head_is_kept(self):
         m = self.convert_one("styled", style="NARROW")
@@ -266,9 +263,11 @@ class Txt2mtxtSelection(TextDrawing):
 
     def test_settings_variables_are_restored(self):
         self.text("A", "x", 0, 0)
-        doc = self.run_script("CMDECHO 1\nOSMODE 7\ntxt2mtxt ALL \"\"\nCMDECHO\n\"\"\nOSMODE\n\"\"\n")
+        doc = self.run_script('OSMODE 7\nCMDECHO 1\ntxt2mtxt ALL ""\nOSMODE ""\nCMDECHO ""\n')
         self.assertEqual(len(self.mtexts(doc)), 1)
-        self.assertEqual(doc.header.get("$OSMODE"), 7)
+        after = self.stdout[self.stdout.index("MText object added"):]
+        self.assertRegex(after, r"OSMODE[^\n]*<7>")
+        self.assertRegex(after, r"CMDECHO[^\n]*<1>")
 
 
 class Txt2mtxtSettingsForm(TextDrawing):

@@ -88,7 +88,7 @@ TEST_F(TextCommandTest, PickFirstWithOneTextCountsItAndCarriesItIntoTheSelection
   auto line = addLine(0, 0, 5, 5);
   pickFirst({a, line});
   // The prompt asks; the window adds the other text, the carried one comes along.
-  ASSERT_EQ(script("txt2mtxt W -1,-1 50,1 \"\"\n"), 0) << failure;
+  ASSERT_EQ(script("txt2mtxt W -1,-1 50,5 \"\"\n"), 0) << failure;
   std::string o = out();
   EXPECT_NE(o.find("Text objects found: 1."), std::string::npos) << o;
   EXPECT_NE(o.find("Select text objects, or Enter for settings"), std::string::npos) << o;
