@@ -67,10 +67,10 @@ class ReaderBase : public TagReader {
   }
 
   // Called with every complete tag: decodes its text and follows the header.
-  void finish(Tag& tag) {
+  [[gnu::always_inline]] inline void finish(Tag& tag) {
     if ((tag.kind == Kind::String || tag.kind == Kind::Comment) && text::needsDecoding(tag.text))
       decode(tag);
-    if (tag.code <= 9) track(tag);
+    if (tag.code <= 9 && (tag.code == 0 || sectionStart_ || inHeader_)) track(tag);
     hasLast_ = true;
   }
 
@@ -234,9 +234,11 @@ class AsciiReader final : public ReaderBase {
  private:
   // Skips spaces and the line end after a value or code; false when anything else
   // follows on the line.
+  // The buffer is a std::string: the NUL after its last byte stops every scan below
+  // without a bounds test per character.
   bool endOfLine(const char*& p) const {
-    while (p < end_ && (*p == ' ' || *p == '\t')) ++p;
-    if (p < end_ && *p == '\r') ++p;
+    while (*p == ' ' || *p == '\t') ++p;
+    if (*p == '\r') ++p;
     if (p == end_) return true;
     if (*p != '\n') return false;
     ++p;
@@ -249,20 +251,23 @@ class AsciiReader final : public ReaderBase {
   }
 
   bool parseCode(const char*& p, int& code) const {
-    while (p < end_ && (*p == ' ' || *p == '\t')) ++p;
-    bool negative = p < end_ && *p == '-';
+    while (*p == ' ' || *p == '\t') ++p;
+    bool negative = *p == '-';
     if (negative) ++p;
     const char* digits = p;
     int v = 0;
-    while (p < end_ && *p >= '0' && *p <= '9' && p - digits < 9) v = v * 10 + (*p++ - '0');
-    if (p == digits || (p < end_ && *p >= '0' && *p <= '9')) return false;
+    for (; unsigned(*p - '0') < 10; ++p) {
+      if (p - digits >= 9) return false;
+      v = v * 10 + (*p - '0');
+    }
+    if (p == digits || p > end_) return false;
     code = negative ? -v : v;
     return endOfLine(p);
   }
 
   // Start of a number: leading blanks and a '+' that from_chars does not take.
   const char* numberStart(const char* p) const {
-    while (p < end_ && (*p == ' ' || *p == '\t')) ++p;
+    while (*p == ' ' || *p == '\t') ++p;
     if (p + 1 < end_ && *p == '+' && *(p + 1) != '-' && *(p + 1) != '+') ++p;
     return p;
   }
@@ -274,22 +279,22 @@ class AsciiReader final : public ReaderBase {
     static const double kPow10[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9, 1e10, 1e11,
                                     1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
     const char* p = s;
-    bool negative = p < end && *p == '-';
+    bool negative = *p == '-';
     if (negative) ++p;
     uint64_t m = 0;
     int significant = 0, fraction = 0, digits = 0;
-    for (; p < end && unsigned(*p - '0') < 10; ++p, ++digits) {
+    for (; unsigned(*p - '0') < 10; ++p, ++digits) {
       m = m * 10 + unsigned(*p - '0');
       if (m) ++significant;
     }
-    if (p < end && *p == '.') {
-      for (++p; p < end && unsigned(*p - '0') < 10; ++p, ++digits, ++fraction) {
+    if (*p == '.') {
+      for (++p; unsigned(*p - '0') < 10; ++p, ++digits, ++fraction) {
         m = m * 10 + unsigned(*p - '0');
         if (m) ++significant;
       }
     }
-    if (digits == 0 || significant > 15 || fraction > 22) return nullptr;
-    if (p < end && (*p == 'e' || *p == 'E' || *p == 'x' || *p == 'X' || *p == 'n' || *p == 'i')) return nullptr;
+    if (digits == 0 || significant > 15 || fraction > 22 || p > end) return nullptr;
+    if ((*p == 'e' || *p == 'E' || *p == 'x' || *p == 'X' || *p == 'n' || *p == 'i')) return nullptr;
     double v = double(m) / kPow10[fraction];
     out = negative ? -v : v;
     return p;
