@@ -1,6 +1,7 @@
 #include "express/text/text_entities.h"
 
 #include <cstring>
+#include <unordered_map>
 
 #include "express/env/command_env.h"
 #include "hostapi/editor.h"
@@ -21,10 +22,16 @@ std::string entityKind(DxDbObjectId id) {
 
 std::vector<DxDbObjectId> unlockedTexts(const std::vector<DxDbObjectId>& ids) {
   std::vector<DxDbObjectId> kept;
+  kept.reserve(ids.size());
+  // Thousands of texts share a handful of layers: each layer is asked once.
+  std::unordered_map<uint64_t, bool> lockedByLayer;
   for (DxDbObjectId id : ids) {
-    CDbObjectPtr<DxDbObject> obj(id, DxDb::kForRead);
+    CDbObjectPtr<DxDbText> obj(id, DxDb::kForRead);
     if (!obj || obj->isA() != DxDbText::desc()) continue;
-    if (!isOnLockedLayer(obj.get())) kept.push_back(id);
+    uint64_t layer = obj->layerId().handle().value();
+    auto it = lockedByLayer.find(layer);
+    if (it == lockedByLayer.end()) it = lockedByLayer.emplace(layer, isOnLockedLayer(obj.get())).first;
+    if (!it->second) kept.push_back(id);
   }
   return kept;
 }
@@ -41,7 +48,7 @@ bool isAnnotative(const resbuf* list) {
   return false;
 }
 
-bool readTextRecord(DxDbObjectId id, TextRecord& rec) {
+bool readTextRecord(DxDbObjectId id, TextRecord& rec, bool measure) {
   dx_name name;
   if (dxdbGetGdsName(name, id) != Dxad::eOk) return false;
   CResbufPtr apps(dxutBuildList(RTSTR, kAnnotativeApp, 0));
@@ -74,7 +81,7 @@ bool readTextRecord(DxDbObjectId id, TextRecord& rec) {
   }
   t.annotative = isAnnotative(list.get());
   dx_point lowerLeft, upperRight;
-  t.boxRight = dxedTextBox(list.get(), lowerLeft, upperRight) == RTNORM ? upperRight[0] : 0;
+  if (measure) t.boxRight = dxedTextBox(list.get(), lowerLeft, upperRight) == RTNORM ? upperRight[0] : 0;
   return true;
 }
 

@@ -25,8 +25,9 @@ struct TextRecord {
   std::string style, layer;
   DxGeVector3d normal{0, 0, 1};
 };
-// False when the entity list cannot be read.
-bool readTextRecord(DxDbObjectId id, TextRecord& rec);
+// False when the entity list cannot be read. measure: take the text box too (it only
+// matters for the wrapping width, and measuring glyphs is the costly part).
+bool readTextRecord(DxDbObjectId id, TextRecord& rec, bool measure);
 
 // Annotative scaling is kept as the "AcadAnnotative" extended data.
 inline constexpr const char* kAnnotativeApp = "AcadAnnotative";

@@ -142,9 +142,10 @@ struct Counts {
 Counts convert(const std::vector<DxDbObjectId>& ids, const Txt2mtxtSettings& settings) {
   std::vector<TextRecord> records;
   records.reserve(ids.size());
+  const bool measure = settings.mergeAll && settings.wordWrap;
   for (DxDbObjectId id : ids) {
     TextRecord rec;
-    if (readTextRecord(id, rec)) records.push_back(std::move(rec));
+    if (readTextRecord(id, rec, measure)) records.push_back(std::move(rec));
   }
   Counts counts;
   if (records.empty()) return counts;
