@@ -175,6 +175,24 @@ class HostCommands(Drawing):
         self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
         self.assertNotIn("DASHDOT2", ezdxf.readfile(out2).linetypes)
 
+    def test_linetype_with_text_elements_keeps_them(self):
+        with open(self.path("gas.lin"), "w") as f:
+            f.write("*GAS,Gas line ----GAS----\n"
+                    "A,.5,-.2,[\"GAS\",NOSTYLE,S=.1,R=0.0,X=-0.1,Y=-.05],-.25\n")
+        r, out = self.script(f"-LINETYPE L GAS {self.path('gas.lin')} \"\"\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        doc = ezdxf.readfile(out)
+        tags = doc.linetypes.get("GAS").pattern_tags
+        self.assertTrue(tags.is_complex_type())
+        values = {t.code: t.value for t in tags.tags}
+        self.assertEqual(values[9], "GAS")
+        # One element per dash; the text rides on the gap written before it.
+        self.assertEqual([t.value & 2 for t in tags.tags if t.code == 74], [0, 2, 0])
+        self.assertAlmostEqual(values[46], 0.1)
+        self.assertAlmostEqual(values[44], -0.1)
+        # The style the file names is missing: the text uses Standard.
+        self.assertEqual(doc.entitydb[values[340]].dxf.name.upper(), "STANDARD")
+
     def test_ucs_rotation_applies_to_typed_points_and_previous_restores(self):
         r, out = self.script("UCS Z 90\nLINE 0,0 10,0 \"\"\nUCS P\nLINE 0,0 0,7 \"\"\n")
         self.assertEqual(r.returncode, 0, r.stdout + r.stderr)

@@ -75,10 +75,12 @@ std::vector<LinDef> readLinFile(const std::string& path, std::string& error) {
         if (!fields.empty() && fields[0].size() >= 2 && fields[0].front() == '"') {
           d.shapeFlags = 2;
           d.text = fields[0].substr(1, fields[0].size() - 2);
-          if (fields.size() > 1) {
-            DxDbObjectId style = findRecord(db()->textStyleTableId(), fields[1]);
-            d.style = style;
-          }
+          // Text in a style the drawing lacks is drawn in Standard, as a pattern
+          // pointing at no style would not load elsewhere.
+          std::string styleName = fields.size() > 1 ? fields[1] : "Standard";
+          while (!styleName.empty() && styleName.front() == ' ') styleName.erase(0, 1);
+          d.style = findRecord(db()->textStyleTableId(), styleName);
+          if (d.style.isNull()) d.style = findRecord(db()->textStyleTableId(), "Standard");
         } else {
           cur->hasShapes = true;  // shape elements need their SHX file: kept as plain dashes
           continue;
