@@ -1604,8 +1604,10 @@ int dxdbEcs2Wcs(const double* p, double* q, const double* norm, bool isVector);
 
 // Removes what a user's PURGE ALL removes: unreferenced layers other than "0" and
 // "DEFPOINTS", linetypes, text styles, dimension styles and blocks, repeatedly until
-// nothing more goes. True when it ran.
-bool purgeAll(DxDbDatabase* db, bool verbose = false);
+// nothing more goes. True when it ran. Exported under its plain name, so that modules
+// can find it in the host with dlsym.
+extern "C" bool purgeAll(DxDbDatabase* db, bool verbose = false);
+using PurgeAllFn = bool (*)(DxDbDatabase*, bool);
 // The same, reporting each removed name ("Layer", "FOO") to the callback.
 using PurgeReport = void (*)(void* ctx, const char* kind, const char* name);
 bool purgeAllWithReport(DxDbDatabase* db, PurgeReport report, void* ctx);

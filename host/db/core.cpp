@@ -232,6 +232,68 @@ const DxDbObjectIdArray& DxDbObject::getPersistentReactorIds() const {
   return m_extras ? m_extras->reactors : none;
 }
 
+resbuf* DxDbObject::xData(const char* regappName) const {
+  if (!m_extras || m_extras->xdata.empty()) return nullptr;
+  resbuf *head = nullptr, *tail = nullptr;
+  bool take = false;
+  for (const XTag& t : m_extras->xdata) {
+    if (t.code == 1001) take = !regappName || upperKey(t.s) == upperKey(regappName);
+    if (!take) continue;
+    resbuf* rb = dxutNewRb(t.code);
+    switch (dxutGroupCodeType(t.code)) {
+      case RTREAL: rb->resval.rreal = t.dims ? t.v[0] : t.v[0]; break;
+      case RTSHORT: rb->resval.rint = short(t.i); break;
+      case RTLONG: rb->resval.rlong = int32_t(t.i); break;
+      case RTINT64: rb->resval.rlong64 = t.i; break;
+      case RT3DPOINT: std::copy(t.v, t.v + 3, rb->resval.rpoint); break;
+      default: rb->resval.rstring = strdup(t.isRef ? DxDbHandle(t.ref ? t.ref->handle : 0).str().c_str() : t.s.c_str()); break;
+    }
+    (tail ? tail->rbnext : head) = rb;
+    tail = rb;
+  }
+  return head;
+}
+
+ErrorStatus DxDbObject::setXData(const resbuf* xdata) {
+  if (m_stub && !m_openWrite) return Dxad::eNotOpenForWrite;
+  // Every application named must be registered in the drawing.
+  DatabaseImpl* db = m_stub ? m_stub->db : nullptr;
+  for (const resbuf* rb = xdata; rb; rb = rb->rbnext)
+    if (rb->restype == 1001 && db && db->recordId(Table::AppId, rb->resval.rstring ? rb->resval.rstring : "").isNull())
+      return Dxad::eInvalidInput;
+  // The applications in the chain replace theirs; others stay.
+  std::vector<std::string> apps;
+  for (const resbuf* rb = xdata; rb; rb = rb->rbnext)
+    if (rb->restype == 1001) apps.push_back(upperKey(rb->resval.rstring ? rb->resval.rstring : ""));
+  auto& xd = Access::extrasMut(*this).xdata;
+  std::vector<XTag> kept;
+  bool keep = true;
+  for (const XTag& t : xd) {
+    if (t.code == 1001) keep = std::find(apps.begin(), apps.end(), upperKey(t.s)) == apps.end();
+    if (keep) kept.push_back(t);
+  }
+  for (const resbuf* rb = xdata; rb; rb = rb->rbnext) {
+    if (rb->restype < 1000) continue;
+    XTag t;
+    t.code = rb->restype;
+    t.kind = dx::dxf::kindOf(rb->restype);
+    switch (dxutGroupCodeType(rb->restype)) {
+      case RTREAL: t.v[0] = rb->resval.rreal; break;
+      case RTSHORT: t.i = rb->resval.rint; break;
+      case RTLONG: t.i = rb->resval.rlong; break;
+      case RTINT64: t.i = rb->resval.rlong64; break;
+      case RT3DPOINT:
+        std::copy(rb->resval.rpoint, rb->resval.rpoint + 3, t.v);
+        t.dims = 3;
+        break;
+      default: t.s = rb->resval.rstring ? rb->resval.rstring : ""; break;
+    }
+    kept.push_back(std::move(t));
+  }
+  xd = std::move(kept);
+  return Dxad::eOk;
+}
+
 ObjectExtras& Access::extrasMut(DxDbObject& o) {
   if (!o.m_extras) o.m_extras = std::make_unique<ObjectExtras>();
   return *o.m_extras;

@@ -124,7 +124,7 @@ bool purgeAllWithReport(DxDbDatabase* db, PurgeReport report, void* ctx) {
   return purgeSome(db, nullptr, report, ctx);
 }
 
-bool purgeAll(DxDbDatabase* db, bool verbose) {
+extern "C" bool purgeAll(DxDbDatabase* db, bool verbose) {
   if (!verbose) return purgeAllWithReport(db, nullptr, nullptr);
   return purgeAllWithReport(
       db, [](void*, const char* kind, const char* name) { std::printf("Deleting %s \"%s\".\n", kind, name); },

@@ -1,5 +1,6 @@
 // The drawing database: open/close discipline, entity lists, undo journal, purge,
 // reading and writing through our own reader.
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -338,7 +339,7 @@ TEST(EntityLists, MakeAppendsToTheCurrentSpaceOnTheCurrentLayer) {
   DxDbObjectId layer = d.addLayer("NOTES");
   ASSERT_EQ(d.db->setClayer(layer), Dxad::eOk);
   double pt[3] = {1, 1, 0};
-  Rb text(dxutBuildList(RTDXF0, "TEXT", 10, pt, 40, 2.5, 1, "Hello world", 50, 90.0, 0));
+  Rb text(dxutBuildList(RTDXF0, "TEXT", 10, pt, 40, 2.5, 1, "Hello world", 50, M_PI / 2, 0));
   ASSERT_EQ(dxdbEntMake(text.get()), RTNORM);
   dx_name last;
   ASSERT_EQ(dxdbEntLast(last), RTNORM);
@@ -348,7 +349,7 @@ TEST(EntityLists, MakeAppendsToTheCurrentSpaceOnTheCurrentLayer) {
   ASSERT_EQ(dxdbOpenObject(t, id, DxDb::kForRead), Dxad::eOk);
   EXPECT_STREQ(t->textString(), "Hello world");
   EXPECT_EQ(t->layerId(), layer);
-  EXPECT_NEAR(t->rotation(), M_PI / 2, 1e-12);  // the list gives degrees
+  EXPECT_NEAR(t->rotation(), M_PI / 2, 1e-12);  // lists give radians
   EXPECT_EQ(t->height(), 2.5);
   t->close();
 
@@ -415,6 +416,47 @@ TEST(EntityLists, WalkVisitsAttributesAndEndMarkerAfterTheirInsert) {
   EXPECT_EQ(last[0], reinterpret_cast<int64_t>(refId.stub()));
   ASSERT_EQ(dxdbEntDel(pn), RTNORM);
   EXPECT_FALSE(after.isErased());
+}
+
+TEST(EntityLists, AnglesAreRadiansInListsAndDegreesInFiles) {
+  Drawing d;
+  DxDbObjectId arc = d.add(new DxDbArc({0, 0, 0}, 1, M_PI / 6, M_PI));
+  dx_name en;
+  dxdbGetGdsName(en, arc);
+  Rb list(dxdbEntGet(en));
+  EXPECT_NEAR(find(list.get(), 50)->resval.rreal, M_PI / 6, 1e-12);
+  find(list.get(), 51)->resval.rreal = M_PI / 2;
+  ASSERT_EQ(dxdbEntMod(list.get()), RTNORM);
+  DxDbArc* a = nullptr;
+  ASSERT_EQ(dxdbOpenObject(a, arc, DxDb::kForRead), Dxad::eOk);
+  EXPECT_NEAR(a->endAngle(), M_PI / 2, 1e-12);
+  a->close();
+  EXPECT_NE(d.dxf().find(" 51\n90.0\n"), std::string::npos);  // the file keeps degrees
+}
+
+TEST(EntityLists, ExtendedDataByObjectAndReplacedPerApplication) {
+  Drawing d;
+  for (const char* app : {"APP1", "APP2"}) {
+    Rb a(dxutBuildList(RTDXF0, "APPID", 2, app, 70, 0, 0));
+    ASSERT_EQ(dxdbEntMake(a.get()), RTNORM);
+  }
+  DxDbObjectId id = d.add(new DxDbPoint({0, 0, 0}));
+  DxDbObject* o = nullptr;
+  ASSERT_EQ(dxdbOpenObject(o, id, DxDb::kForWrite), Dxad::eOk);
+  Rb x1(dxutBuildList(1001, "APP1", 1000, "one", 1001, "APP2", 1070, 7, 0));
+  ASSERT_EQ(o->setXData(x1.get()), Dxad::eOk);
+  Rb x2(dxutBuildList(1001, "APP1", 1000, "uno", 0));
+  ASSERT_EQ(o->setXData(x2.get()), Dxad::eOk);
+  Rb bad(dxutBuildList(1001, "NOT_REGISTERED", 1000, "x", 0));
+  EXPECT_EQ(o->setXData(bad.get()), Dxad::eInvalidInput);
+  Rb app1(o->xData("app1"));
+  Rb app2(o->xData("APP2"));
+  o->close();
+  ASSERT_TRUE(app1);
+  EXPECT_STREQ(find(app1.get(), 1000)->resval.rstring, "uno");
+  EXPECT_EQ(find(app1.get(), 1070), nullptr);
+  ASSERT_TRUE(app2);
+  EXPECT_EQ(find(app2.get(), 1070)->resval.rint, 7);
 }
 
 TEST(EntityLists, ExtendedDataTravelsWithTheApplicationFilter) {
@@ -558,6 +600,15 @@ TEST(Purge, RemovesUnusedRecordsPassAfterPassAndKeepsWhatIsUsed) {
   }, &removed);
   EXPECT_TRUE(removed.empty());
   EXPECT_FALSE(purgeAll(nullptr));
+}
+
+TEST(Purge, ModulesFindItByItsPlainName) {
+  auto fn = reinterpret_cast<PurgeAllFn>(dlsym(RTLD_DEFAULT, "purgeAll"));
+  ASSERT_NE(fn, nullptr) << "purgeAll is not exported under its plain name";
+  Drawing d;
+  d.addLayer("SPARE");
+  EXPECT_TRUE(fn(d.db.get(), false));
+  EXPECT_TRUE(d.db->impl()->recordId(dx::db::Table::Layer, "SPARE").isNull());
 }
 
 TEST(Purge, AFilterLimitsWhatGoes) {
