@@ -85,14 +85,31 @@ DxRxClass* DxDbObjectId::objectClass() const {
   return m_stub && m_stub->obj ? m_stub->obj->isA() : nullptr;
 }
 
+// An entity name holds the object's stub and its handle; a name is taken only when a
+// live database has that handle at that stub, so a stale or made-up name is refused
+// instead of followed.
+namespace {
+std::vector<DatabaseImpl*>& liveDatabases() {
+  static std::vector<DatabaseImpl*> v;
+  return v;
+}
+}  // namespace
+
 void dxdbIdToName(dx_name name, DxDbObjectId id) {
   name[0] = reinterpret_cast<int64_t>(id.stub());
-  name[1] = 0;
+  name[1] = id.stub() ? int64_t(id.stub()->handle) : 0;
 }
 
 ErrorStatus dxdbGetObjectId(DxDbObjectId& id, const dx_name name) {
-  id = DxDbObjectId(reinterpret_cast<Stub*>(name[0]));
-  return id.isNull() ? Dxad::eNullObjectId : Dxad::eOk;
+  id = {};
+  if (!name || (name[0] == 0 && name[1] == 0)) return Dxad::eNullObjectId;
+  auto* s = reinterpret_cast<Stub*>(name[0]);
+  for (DatabaseImpl* db : liveDatabases())
+    if (db->findStub(uint64_t(name[1])) == s) {
+      id = DxDbObjectId(s);
+      return Dxad::eOk;
+    }
+  return Dxad::eInvalidInput;
 }
 
 ErrorStatus dxdbGetGdsName(dx_name name, DxDbObjectId id) {
@@ -329,9 +346,11 @@ ErrorStatus DxDbObject::releaseExtensionDictionary() {
 // ---------------------------------------------------------------------------------------
 // DatabaseImpl
 
-DatabaseImpl::DatabaseImpl(DxDbDatabase* owner) : m_owner(owner) {}
+DatabaseImpl::DatabaseImpl(DxDbDatabase* owner) : m_owner(owner) { liveDatabases().push_back(this); }
 
 DatabaseImpl::~DatabaseImpl() {
+  auto& live = liveDatabases();
+  live.erase(std::remove(live.begin(), live.end(), this), live.end());
   for (auto& e : m_journal) {
     delete e.before;
     delete e.header;

@@ -259,11 +259,12 @@ int dxdbEntMake(const resbuf* list) {
   if (lt.type.empty()) return RTERROR;
   lt.anglesToDegrees(lt.type);
   DxRxClass* cls = classForList(lt);
-  if (!cls || !cls->create()) return RTERROR;
-  const ClassSchema* sc = schemaOf(cls);
+  const ClassSchema* sc = cls ? schemaOf(cls) : nullptr;
+  if (!sc) return RTERROR;
   Table table = sc->isEntity ? Table::None : tableOfRecordType(lt.type);
   if (!sc->isEntity && table == Table::None) return RTERROR;
   auto* o = static_cast<DxDbObject*>(cls->create());
+  if (!o) return RTERROR;
   LoadContext ctx;
   ctx.db = db;
   ctx.fromEntityList = true;

@@ -413,9 +413,28 @@ TEST(EntityLists, WalkVisitsAttributesAndEndMarkerAfterTheirInsert) {
   ASSERT_EQ(dxdbEntDel(pn), RTNORM);
   dx_name last;
   ASSERT_EQ(dxdbEntLast(last), RTNORM);
-  EXPECT_EQ(last[0], reinterpret_cast<int64_t>(refId.stub()));
+  DxDbObjectId lastId;
+  ASSERT_EQ(dxdbGetObjectId(lastId, last), Dxad::eOk);
+  EXPECT_EQ(lastId, refId);
   ASSERT_EQ(dxdbEntDel(pn), RTNORM);
   EXPECT_FALSE(after.isErased());
+}
+
+TEST(EntityLists, MadeUpAndStaleNamesAreRefused) {
+  dx_name stale{0, 0};
+  {
+    Drawing d;
+    DxDbObjectId id = d.add(new DxDbPoint({0, 0, 0}));
+    dxdbGetGdsName(stale, id);
+    dx_name madeUp{stale[0], stale[1] + 12345};
+    DxDbObjectId out;
+    EXPECT_EQ(dxdbGetObjectId(out, madeUp), Dxad::eInvalidInput);
+    EXPECT_EQ(dxdbEntGet(madeUp), nullptr);
+    dx_name garbage{0x1234, 0x99};
+    EXPECT_EQ(dxdbEntDel(garbage), RTERROR);
+  }
+  DxDbObjectId out;
+  EXPECT_NE(dxdbGetObjectId(out, stale), Dxad::eOk);  // its drawing is gone
 }
 
 TEST(EntityLists, AnglesAreRadiansInListsAndDegreesInFiles) {
