@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <unordered_map>
 
 #include "host/editor/core/session.h"
 
@@ -117,16 +118,51 @@ FT_Face faceFor(const std::string& fontFile, const std::string& family) {
 }  // namespace
 
 // Width and vertical extent of a string at a height; false when no font can be loaded.
+namespace {
+// Glyph metrics in font units, kept per face: loading a glyph outline costs far more
+// than the measuring, and drawings repeat the same few characters endlessly.
+struct GlyphInfo {
+  FT_UInt index = 0;
+  long advance = 0, lo = 0, hi = 0;
+  bool ok = false;
+};
+struct FaceMetrics {
+  double cap = 0;
+  std::unordered_map<uint32_t, GlyphInfo> glyphs;
+};
+FaceMetrics& metricsOf(FT_Face face) {
+  static std::unordered_map<FT_Face, FaceMetrics> all;
+  FaceMetrics& m = all[face];
+  if (m.cap == 0) {
+    // Text height is the height of capitals; measure "H" to scale font units to it.
+    if (FT_Load_Char(face, 'H', FT_LOAD_NO_SCALE) == 0) m.cap = face->glyph->metrics.height;
+    if (m.cap <= 0) m.cap = face->units_per_EM * 0.7;
+  }
+  return m;
+}
+const GlyphInfo& glyphOf(FT_Face face, FaceMetrics& fm, uint32_t cp) {
+  auto [it, fresh] = fm.glyphs.try_emplace(cp);
+  GlyphInfo& g = it->second;
+  if (fresh) {
+    g.index = FT_Get_Char_Index(face, cp);
+    if (FT_Load_Glyph(face, g.index, FT_LOAD_NO_SCALE) == 0) {
+      const FT_Glyph_Metrics& m = face->glyph->metrics;
+      g.advance = m.horiAdvance;
+      g.lo = m.horiBearingY - m.height;
+      g.hi = m.horiBearingY;
+      g.ok = true;
+    }
+  }
+  return g;
+}
+}  // namespace
+
 bool measureText(const std::string& text, const std::string& fontFile, const std::string& family,
                  double height, double widthFactor, double& width, double& yMin, double& yMax) {
   FT_Face face = faceFor(fontFile, family);
   if (!face) return false;
-  FT_Set_Char_Size(face, 0, 64 * 100, 72, 72);
-  // Text height is the height of capitals; measure "H" to scale font units to it.
-  double cap = 0;
-  if (FT_Load_Char(face, 'H', FT_LOAD_NO_SCALE) == 0) cap = face->glyph->metrics.height;
-  if (cap <= 0) cap = face->units_per_EM * 0.7;
-  double scale = height / cap;
+  FaceMetrics& fm = metricsOf(face);
+  double scale = height / fm.cap;
   double pen = 0, lo = 0, hi = 0;
   FT_UInt prev = 0;
   // UTF-8 decode.
@@ -138,17 +174,16 @@ bool measureText(const std::string& text, const std::string& fontFile, const std
     for (int k = 1; k <= extra && i + size_t(k) < text.size(); ++k)
       cp = (cp << 6) | (static_cast<unsigned char>(text[i + size_t(k)]) & 0x3F);
     i += size_t(extra) + 1;
-    FT_UInt glyph = FT_Get_Char_Index(face, cp);
-    if (prev && glyph && FT_HAS_KERNING(face)) {
+    const GlyphInfo& g = glyphOf(face, fm, cp);
+    if (prev && g.index && FT_HAS_KERNING(face)) {
       FT_Vector k;
-      if (FT_Get_Kerning(face, prev, glyph, FT_KERNING_UNSCALED, &k) == 0) pen += k.x;
+      if (FT_Get_Kerning(face, prev, g.index, FT_KERNING_UNSCALED, &k) == 0) pen += k.x;
     }
-    if (FT_Load_Glyph(face, glyph, FT_LOAD_NO_SCALE) != 0) continue;
-    const FT_Glyph_Metrics& m = face->glyph->metrics;
-    lo = std::min(lo, double(m.horiBearingY - m.height));
-    hi = std::max(hi, double(m.horiBearingY));
-    pen += m.horiAdvance;
-    prev = glyph;
+    if (!g.ok) continue;
+    lo = std::min(lo, double(g.lo));
+    hi = std::max(hi, double(g.hi));
+    pen += g.advance;
+    prev = g.index;
   }
   width = pen * scale * widthFactor;
   yMin = lo * scale;
