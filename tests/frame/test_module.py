@@ -269,10 +269,10 @@ class Commands(Module):
         self.assertEqual([row[1] for row in rows if row[1] not in ("BURST", "QTYPROBE")],
                          [name for _, name, _ in EXPECTED if name != "BURST"])
         r = self.run_draxel("--load", PROBE, "--load", os.path.join(BIN, "express.drx"),
-                            "-c", "BURST tcount")
+                            "-c", "BURST LOCKUP")
         self.assertEqual(r.returncode, 0, r.stderr)
         self.assertIn("probe's BURST ran", r.stdout)
-        self.assertIn("The tcount command is not available in this version.", r.stdout)
+        self.assertIn("The LOCKUP command is not available in this version.", r.stdout)
         # express unloads first: at probe's unload only the host's group is left, the
         # never-filled quantitiestool included in the removal.
         self.assertIn("probe: groups at unload: DRAXEL\n", r.stdout)
@@ -295,7 +295,7 @@ class Gate(Module):
         self.assertEqual(self.listed(self.run_draxel("--list-commands", env=env)), [])
         r = self.run_draxel("-c", "MENUGROUPS", env=env)
         self.assertIn("No menu group is loaded.", r.stdout)
-        r = self.run_draxel("-c", "tcount", env=env)
+        r = self.run_draxel("-c", "LOCKUP", env=env)
         self.assertNotEqual(r.returncode, 0)  # unknown command
 
         self.write("profile.ini", "[General]\nDisableAddOnCommands=1\nDXAD=/opt/x\n")
@@ -309,16 +309,21 @@ class Resources(Module):
         os.mkdir(alone)
         for f in ("draxel", "express.drx", "express.cuix", "dxadkwlres.dll"):
             shutil.copy2(os.path.join(BIN, f), alone)
-        r = self.run_draxel("-c", "txt2mtxt", program=os.path.join(alone, "draxel"))
+        r = self.run_draxel("-c", "txt2mtxt ^C LOCKUP", program=os.path.join(alone, "draxel"))
         self.assertEqual(r.returncode, 0, r.stderr)
         self.assertIn("Error: Cannot load expressres.dll!", r.stdout)
-        self.assertIn("The txt2mtxt command is not available in this version.", r.stdout)
+        # txt2mtxt's prompt exists only in the library: without it the prompt is empty.
+        self.assertNotIn("Select text objects", r.stdout)
+        self.assertIn("*Cancel*", r.stdout)
+        self.assertIn("The LOCKUP command is not available in this version.", r.stdout)
         r = self.run_draxel("--list-commands", program=os.path.join(alone, "draxel"))
         self.assertEqual(len(self.listed(r)), 190)
         self.assertEqual(r.stdout.count("Error: Cannot load expressres.dll!"), 1)
-        # With the library beside the module there is no such message.
-        r = self.run_draxel("-c", "txt2mtxt")
+        # With the library beside the module: no such message, and the library's prompt.
+        r = self.run_draxel("-c", "txt2mtxt ^C")
+        self.assertEqual(r.returncode, 0, r.stderr)
         self.assertNotIn("Cannot load expressres.dll", r.stdout)
+        self.assertIn("Select text objects, or Enter for settings:", r.stdout)
 
 
 class SupportPath(Module):
