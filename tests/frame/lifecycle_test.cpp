@@ -215,6 +215,7 @@ TEST_F(FrameTest, ClassRecordsStopTheHostOnAMismatch) {
   // Another module's record under the name while ours is cached: fatal.
   DxRxClass* ours = new DxRxClass("ZOTAOurs", DxRxObject::desc());
   DxRxClass* theirs = new DxRxClass("ZOTAShared", DxRxObject::desc());
-  (void)theirs;
   EXPECT_DEATH(express::registerClass(ours, "ZOTAShared", DxRxObject::desc()), "Class mismatch");
+  deleteDxRxClass(ours);
+  deleteDxRxClass(theirs);
 }
