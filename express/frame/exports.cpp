@@ -4,14 +4,24 @@
 
 #include "hostapi/app.h"
 
+namespace {
+// An address surely inside this module: internal, so nothing can interpose it.
+void anchor() {}
+
+bool inThisModule(void* address) {
+  Dl_info a{}, b{};
+  return dladdr(address, &a) && dladdr(reinterpret_cast<void*>(&anchor), &b) && a.dli_fbase == b.dli_fbase;
+}
+}  // namespace
+
 // The host's API version, as the host reports it. The host's function is found by name
-// the way the platform's loader would find it in the host program; this module's own
-// export of the same name is skipped.
+// the way the platform's loader would find it in the host program. Taking this
+// function's own address would not tell the two apart (the program's definition wins),
+// so the module is told by the object the address lies in.
 extern "C" int dxrxGetApiVersion() {
   using Fn = int (*)();
-  auto self = reinterpret_cast<void*>(&dxrxGetApiVersion);
   void* host = dlsym(RTLD_DEFAULT, "dxrxGetApiVersion");
-  if (!host || host == self) return 0;
+  if (!host || inThisModule(host)) return 0;
   return reinterpret_cast<Fn>(host)();
 }
 

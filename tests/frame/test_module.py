@@ -276,6 +276,8 @@ class Commands(Module):
         # express unloads first: at probe's unload only the host's group is left, the
         # never-filled quantitiestool included in the removal.
         self.assertIn("probe: groups at unload: DRAXEL\n", r.stdout)
+        # express.drx's own export answers with the host's version.
+        self.assertIn("probe: express.drx reports API version 2400\n", r.stdout)
 
     def test_commands_without_a_body_say_so_in_one_line(self):
         r = self.run_draxel("-c", "superhatch -LayoutMerge")
