@@ -88,10 +88,8 @@ bool ModuleHost::load(const std::string& path, std::string& error) {
   installReactors();
   m_impl->modules.push_back({full, h, entry});
   entry(DxRx::kInitAppMsg, h);
-  if (DxApDocument* doc = dxDocManagerPtr()->curDocument()) {
-    (void)doc;
-    entry(DxRx::kLoadDwgMsg, nullptr);
-  }
+  // The drawing already open counts as loaded for the new module.
+  if (dxDocManagerPtr()->curDocument()) entry(DxRx::kLoadDwgMsg, nullptr);
   return true;
 }
 
