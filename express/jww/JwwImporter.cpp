@@ -235,7 +235,7 @@ struct Importer::Context {
     CResbufPtr list(dxutNewRb(-1));
     if (!list) return true;
     dxdbIdToName(list->resval.rlname, id);
-    list->rbnext = dxutBuildList(2, blockName.c_str(), 53, g.textRotation * 180 / 3.14159265358979323846, 0);
+    list->rbnext = dxutBuildList(2, blockName.c_str(), 53, g.textRotation, 0);  // radians, as lists give angles
     dxdbEntMod(list.get());
     return true;
   }

@@ -293,6 +293,10 @@ class Import(unittest.TestCase):
         self.assertTrue(hidden.is_off())
         walls = doc.layers.get("JWW[0][1]躯体")
         self.assertTrue(walls.is_on() and not walls.is_locked())
+        # The dimension down the left side reads along its line.
+        side = next(d for d in doc.modelspace().query("DIMENSION") if d.dxf.text == "6,370")
+        self.assertAlmostEqual(side.dxf.angle % 360, 270)
+        self.assertAlmostEqual(side.dxf.text_rotation % 360, 270)
         # The table set nests the chair four times.
         table = doc.blocks.get("食卓セット4")
         self.assertEqual(sorted(e.dxf.name for e in table.query("INSERT")), ["椅子3"] * 4)
