@@ -36,7 +36,7 @@ std::array<uint32_t, 256> buildPalette() {
     auto level = [](double x) { return int(std::floor(x * 255 + 1e-6)); };
     p[size_t(i)] = rgb(level(r + m), level(g + m), level(b + m));
   }
-  static const int grey[6] = {51, 80, 105, 130, 190, 255};
+  static const int grey[6] = {51, 91, 132, 173, 214, 255};
   for (int i = 0; i < 6; ++i) p[size_t(250 + i)] = rgb(grey[i], grey[i], grey[i]);
   return p;
 }
