@@ -256,15 +256,7 @@ resbuf* DxDbObject::xData(const char* regappName) const {
   for (const XTag& t : m_extras->xdata) {
     if (t.code == 1001) take = !regappName || upperKey(t.s) == upperKey(regappName);
     if (!take) continue;
-    resbuf* rb = dxutNewRb(t.code);
-    switch (dxutGroupCodeType(t.code)) {
-      case RTREAL: rb->resval.rreal = t.dims ? t.v[0] : t.v[0]; break;
-      case RTSHORT: rb->resval.rint = short(t.i); break;
-      case RTLONG: rb->resval.rlong = int32_t(t.i); break;
-      case RTINT64: rb->resval.rlong64 = t.i; break;
-      case RT3DPOINT: std::copy(t.v, t.v + 3, rb->resval.rpoint); break;
-      default: rb->resval.rstring = strdup(t.isRef ? DxDbHandle(t.ref ? t.ref->handle : 0).str().c_str() : t.s.c_str()); break;
-    }
+    resbuf* rb = resbufFromXTag(t);
     (tail ? tail->rbnext : head) = rb;
     tail = rb;
   }
@@ -291,20 +283,7 @@ ErrorStatus DxDbObject::setXData(const resbuf* xdata) {
   }
   for (const resbuf* rb = xdata; rb; rb = rb->rbnext) {
     if (rb->restype < 1000) continue;
-    XTag t;
-    t.code = rb->restype;
-    t.kind = dx::dxf::kindOf(rb->restype);
-    switch (dxutGroupCodeType(rb->restype)) {
-      case RTREAL: t.v[0] = rb->resval.rreal; break;
-      case RTSHORT: t.i = rb->resval.rint; break;
-      case RTLONG: t.i = rb->resval.rlong; break;
-      case RTINT64: t.i = rb->resval.rlong64; break;
-      case RT3DPOINT:
-        std::copy(rb->resval.rpoint, rb->resval.rpoint + 3, t.v);
-        t.dims = 3;
-        break;
-      default: t.s = rb->resval.rstring ? rb->resval.rstring : ""; break;
-    }
+    XTag t = xtagFromResbuf(rb);
     kept.push_back(std::move(t));
   }
   xd = std::move(kept);

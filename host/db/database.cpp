@@ -20,42 +20,6 @@ DxDbObject* objOf(DxDbObjectId id) {
   return s && s->obj && !s->erased ? s->obj : nullptr;
 }
 
-DxDbSymbolTable* newTable(Table t) {
-  switch (t) {
-    case Table::Layer: return new DxDbLayerTable();
-    case Table::Linetype: return new DxDbLinetypeTable();
-    case Table::Style: return new DxDbTextStyleTable();
-    case Table::DimStyle: return new DxDbDimStyleTable();
-    case Table::Block: return new DxDbBlockTable();
-    case Table::AppId: return new DxDbRegAppTable();
-    case Table::Ucs: return new DxDbUCSTable();
-    case Table::View: return new DxDbViewTable();
-    case Table::Vport: return new DxDbViewportTable();
-    default: return nullptr;
-  }
-}
-
-const char* tableNameOf(Table t) {
-  static const char* names[] = {"",       "LAYER", "LTYPE", "STYLE", "DIMSTYLE", "BLOCK_RECORD",
-                                "APPID",  "UCS",   "VIEW",  "VPORT"};
-  return names[size_t(t)];
-}
-
-DxRxClass* recordClassOf(Table t) {
-  switch (t) {
-    case Table::Layer: return DxDbLayerTableRecord::desc();
-    case Table::Linetype: return DxDbLinetypeTableRecord::desc();
-    case Table::Style: return DxDbTextStyleTableRecord::desc();
-    case Table::DimStyle: return DxDbDimStyleTableRecord::desc();
-    case Table::Block: return DxDbBlockTableRecord::desc();
-    case Table::AppId: return DxDbRegAppTableRecord::desc();
-    case Table::Ucs: return DxDbUCSTableRecord::desc();
-    case Table::View: return DxDbViewTableRecord::desc();
-    case Table::Vport: return DxDbViewportTableRecord::desc();
-    default: return nullptr;
-  }
-}
-
 }  // namespace
 
 // ---------------------------------------------------------------------------------------
@@ -66,10 +30,7 @@ void DatabaseImpl::ensureTables() {
   for (int i = 1; i <= int(Table::Vport); ++i) {
     Table t = Table(i);
     if (!tables[i].isNull() && tables[i].isValid()) continue;
-    DxDbSymbolTable* tab = newTable(t);
-    Access::tableName(*tab) = tableNameOf(t);
-    Access::recordClass(*tab) = recordClassOf(t);
-    tables[i] = attach(tab);
+    tables[i] = attach(makeTable(t));
   }
   auto ensure = [&](Table t, const char* name, auto make) {
     DxDbObjectId id = recordId(t, name);

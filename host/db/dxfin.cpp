@@ -25,18 +25,6 @@ uint64_t parseHex(std::string_view s) {
   return v;
 }
 
-Table tableFromName(std::string_view n) {
-  if (n == "LAYER") return Table::Layer;
-  if (n == "LTYPE") return Table::Linetype;
-  if (n == "STYLE") return Table::Style;
-  if (n == "DIMSTYLE") return Table::DimStyle;
-  if (n == "BLOCK_RECORD") return Table::Block;
-  if (n == "APPID") return Table::AppId;
-  if (n == "UCS") return Table::Ucs;
-  if (n == "VIEW") return Table::View;
-  if (n == "VPORT") return Table::Vport;
-  return Table::None;
-}
 
 // One object's groups as read: strings copied into a local arena, points folded, and
 // references turned into ids.
@@ -476,22 +464,8 @@ bool Reader::readTables() {
         if (x.code != 2) rest.push_back(x);
       rec.tags = std::move(rest);
       if (!m_db.tables[size_t(current)].isNull()) continue;  // a repeated table: records join
-      DxDbSymbolTable* tab = nullptr;
-      DxRxClass* recCls = nullptr;
-      switch (current) {
-        case Table::Layer: tab = new DxDbLayerTable(); recCls = DxDbLayerTableRecord::desc(); break;
-        case Table::Linetype: tab = new DxDbLinetypeTable(); recCls = DxDbLinetypeTableRecord::desc(); break;
-        case Table::Style: tab = new DxDbTextStyleTable(); recCls = DxDbTextStyleTableRecord::desc(); break;
-        case Table::DimStyle: tab = new DxDbDimStyleTable(); recCls = DxDbDimStyleTableRecord::desc(); break;
-        case Table::Block: tab = new DxDbBlockTable(); recCls = DxDbBlockTableRecord::desc(); break;
-        case Table::AppId: tab = new DxDbRegAppTable(); recCls = DxDbRegAppTableRecord::desc(); break;
-        case Table::Ucs: tab = new DxDbUCSTable(); recCls = DxDbUCSTableRecord::desc(); break;
-        case Table::View: tab = new DxDbViewTable(); recCls = DxDbViewTableRecord::desc(); break;
-        case Table::Vport: tab = new DxDbViewportTable(); recCls = DxDbViewportTableRecord::desc(); break;
-        default: break;
-      }
+      DxDbSymbolTable* tab = makeTable(current);
       Access::tableName(*tab) = std::string(name);
-      Access::recordClass(*tab) = recCls;
       rec.hasOwner = false;
       Stub* s = rec.hasHandle && !m_db.stubFor(rec.handle)->obj ? m_db.stubFor(rec.handle) : m_db.newStub();
       m_db.tables[size_t(current)] = m_db.attach(tab, s);

@@ -154,18 +154,6 @@ struct ListTags {
   }
 };
 
-Table tableOfRecordType(std::string_view type) {
-  if (type == "LAYER") return Table::Layer;
-  if (type == "LTYPE") return Table::Linetype;
-  if (type == "STYLE") return Table::Style;
-  if (type == "DIMSTYLE") return Table::DimStyle;
-  if (type == "APPID") return Table::AppId;
-  if (type == "UCS") return Table::Ucs;
-  if (type == "VIEW") return Table::View;
-  if (type == "VPORT") return Table::Vport;
-  if (type == "BLOCK") return Table::Block;
-  return Table::None;
-}
 
 DxRxClass* classForList(const ListTags& lt) {
   if (lt.type == "DIMENSION") {
@@ -261,7 +249,7 @@ int dxdbEntMake(const resbuf* list) {
   DxRxClass* cls = classForList(lt);
   const ClassSchema* sc = cls ? schemaOf(cls) : nullptr;
   if (!sc) return RTERROR;
-  Table table = sc->isEntity ? Table::None : tableOfRecordType(lt.type);
+  Table table = sc->isEntity ? Table::None : tableFromName(lt.type);
   if (!sc->isEntity && table == Table::None) return RTERROR;
   auto* o = static_cast<DxDbObject*>(cls->create());
   if (!o) return RTERROR;
@@ -471,7 +459,7 @@ std::unordered_map<int, size_t> g_tblCursor;
 resbuf* dxdbTblSearch(const char* table, const char* sym, int setnext) {
   DatabaseImpl* db = workingDb();
   if (!db || !table || !sym) return nullptr;
-  Table t = tableOfRecordType(upperKey(table));
+  Table t = tableFromName(upperKey(table));
   if (t == Table::None) return nullptr;
   DxDbObjectId id = db->recordId(t, sym);
   if (id.isNull()) return nullptr;
@@ -486,7 +474,7 @@ resbuf* dxdbTblSearch(const char* table, const char* sym, int setnext) {
 resbuf* dxdbTblNext(const char* table, int rewind) {
   DatabaseImpl* db = workingDb();
   if (!db || !table) return nullptr;
-  Table t = tableOfRecordType(upperKey(table));
+  Table t = tableFromName(upperKey(table));
   if (t == Table::None) return nullptr;
   size_t& cur = g_tblCursor[int(t)];
   if (rewind) cur = 0;
@@ -501,7 +489,7 @@ resbuf* dxdbTblNext(const char* table, int rewind) {
 int dxdbTblObjName(const char* table, const char* sym, dx_name result) {
   DatabaseImpl* db = workingDb();
   if (!db || !table || !sym) return RTERROR;
-  Table t = tableOfRecordType(upperKey(table));
+  Table t = tableFromName(upperKey(table));
   if (t == Table::None) return RTERROR;
   DxDbObjectId id = db->recordId(t, sym);
   if (id.isNull()) return RTERROR;
@@ -518,8 +506,8 @@ int dxdbHandEnt(const char* handle, dx_name result) {
   return RTNORM;
 }
 
-int dxdbWcs2Ecs(const double* p, double* q, const double* norm, bool isVector) {
-  DxGeMatrix3d m = DxGeMatrix3d::worldToPlane(DxGeVector3d(norm[0], norm[1], norm[2]));
+namespace {
+int applyToPointOrVector(const DxGeMatrix3d& m, const double* p, double* q, bool isVector) {
   if (isVector) {
     DxGeVector3d v = m * DxGeVector3d(p[0], p[1], p[2]);
     q[0] = v.x, q[1] = v.y, q[2] = v.z;
@@ -529,15 +517,12 @@ int dxdbWcs2Ecs(const double* p, double* q, const double* norm, bool isVector) {
   }
   return RTNORM;
 }
+}  // namespace
+
+int dxdbWcs2Ecs(const double* p, double* q, const double* norm, bool isVector) {
+  return applyToPointOrVector(DxGeMatrix3d::worldToPlane(DxGeVector3d(norm[0], norm[1], norm[2])), p, q, isVector);
+}
 
 int dxdbEcs2Wcs(const double* p, double* q, const double* norm, bool isVector) {
-  DxGeMatrix3d m = DxGeMatrix3d::planeToWorld(DxGeVector3d(norm[0], norm[1], norm[2]));
-  if (isVector) {
-    DxGeVector3d v = m * DxGeVector3d(p[0], p[1], p[2]);
-    q[0] = v.x, q[1] = v.y, q[2] = v.z;
-  } else {
-    DxGePoint3d v = m * DxGePoint3d(p[0], p[1], p[2]);
-    q[0] = v.x, q[1] = v.y, q[2] = v.z;
-  }
-  return RTNORM;
+  return applyToPointOrVector(DxGeMatrix3d::planeToWorld(DxGeVector3d(norm[0], norm[1], norm[2])), p, q, isVector);
 }

@@ -2,6 +2,7 @@
 #include "host/db/schema.h"
 
 #include <algorithm>
+#include <cstring>
 #include <mutex>
 #include <unordered_map>
 
@@ -90,6 +91,84 @@ const ClassSchema* schemaOf(const DxRxClass* cls) {
 }
 
 const ClassSchema* schemaOf(const DxDbObject& o) { return schemaOf(o.isA()); }
+
+Table tableFromName(std::string_view n) {
+  if (n == "LAYER") return Table::Layer;
+  if (n == "LTYPE") return Table::Linetype;
+  if (n == "STYLE") return Table::Style;
+  if (n == "DIMSTYLE") return Table::DimStyle;
+  if (n == "BLOCK_RECORD" || n == "BLOCK") return Table::Block;
+  if (n == "APPID") return Table::AppId;
+  if (n == "UCS") return Table::Ucs;
+  if (n == "VIEW") return Table::View;
+  if (n == "VPORT") return Table::Vport;
+  return Table::None;
+}
+
+DxDbSymbolTable* makeTable(Table t) {
+  DxDbSymbolTable* tab = nullptr;
+  DxRxClass* rec = nullptr;
+  const char* name = "";
+  switch (t) {
+    case Table::Layer: tab = new DxDbLayerTable(), rec = DxDbLayerTableRecord::desc(), name = "LAYER"; break;
+    case Table::Linetype: tab = new DxDbLinetypeTable(), rec = DxDbLinetypeTableRecord::desc(), name = "LTYPE"; break;
+    case Table::Style: tab = new DxDbTextStyleTable(), rec = DxDbTextStyleTableRecord::desc(), name = "STYLE"; break;
+    case Table::DimStyle: tab = new DxDbDimStyleTable(), rec = DxDbDimStyleTableRecord::desc(), name = "DIMSTYLE"; break;
+    case Table::Block: tab = new DxDbBlockTable(), rec = DxDbBlockTableRecord::desc(), name = "BLOCK_RECORD"; break;
+    case Table::AppId: tab = new DxDbRegAppTable(), rec = DxDbRegAppTableRecord::desc(), name = "APPID"; break;
+    case Table::Ucs: tab = new DxDbUCSTable(), rec = DxDbUCSTableRecord::desc(), name = "UCS"; break;
+    case Table::View: tab = new DxDbViewTable(), rec = DxDbViewTableRecord::desc(), name = "VIEW"; break;
+    case Table::Vport: tab = new DxDbViewportTable(), rec = DxDbViewportTableRecord::desc(), name = "VPORT"; break;
+    default: return nullptr;
+  }
+  Access::tableName(*tab) = name;
+  Access::recordClass(*tab) = rec;
+  return tab;
+}
+
+resbuf* resbufFromXTag(const XTag& t) {
+  resbuf* rb = dxutNewRb(t.code);
+  switch (dxutGroupCodeType(t.code)) {
+    case RTREAL: rb->resval.rreal = t.v[0]; break;
+    case RTSHORT: rb->resval.rint = short(t.i); break;
+    case RTLONG: rb->resval.rlong = int32_t(t.i); break;
+    case RTINT64: rb->resval.rlong64 = t.i; break;
+    case RT3DPOINT: std::copy(t.v, t.v + 3, rb->resval.rpoint); break;
+    case RTENAME: dxdbIdToName(rb->resval.rlname, DxDbObjectId(t.ref)); break;
+    default: {
+      // Handles of extended data (1005) travel as their text.
+      std::string text = t.isRef ? DxDbHandle(t.ref ? t.ref->handle : 0).str() : t.s;
+      rb->resval.rstring = strdup(text.c_str());
+      break;
+    }
+  }
+  return rb;
+}
+
+XTag xtagFromResbuf(const resbuf* rb) {
+  XTag t;
+  t.code = rb->restype;
+  t.kind = dxf::kindOf(rb->restype);
+  switch (dxutGroupCodeType(rb->restype)) {
+    case RTREAL: t.v[0] = rb->resval.rreal; break;
+    case RTSHORT: t.i = rb->resval.rint; break;
+    case RTLONG: t.i = rb->resval.rlong; break;
+    case RTINT64: t.i = rb->resval.rlong64; break;
+    case RT3DPOINT:
+      std::copy(rb->resval.rpoint, rb->resval.rpoint + 3, t.v);
+      t.dims = 3;
+      break;
+    case RTENAME: {
+      DxDbObjectId id;
+      dxdbGetObjectId(id, rb->resval.rlname);
+      t.ref = id.stub();
+      t.isRef = true;
+      break;
+    }
+    default: t.s = rb->resval.rstring ? rb->resval.rstring : ""; break;
+  }
+  return t;
+}
 
 DxDbObjectId LoadContext::resolveName(Table t, std::string_view name, bool create) {
   if (name.empty() || !db) return {};

@@ -223,6 +223,14 @@ struct Access {
   static std::string& unknownName(DxDbUnknownObject& e) { return e.m_dxfName; }
 };
 
+// The table of a TABLE name or record type ("LAYER", "BLOCK_RECORD", "BLOCK", ...).
+Table tableFromName(std::string_view name);
+// A new, empty symbol table of a kind, with its name and record class.
+DxDbSymbolTable* makeTable(Table t);
+// One kept group as a result buffer and back.
+resbuf* resbufFromXTag(const XTag& t);
+XTag xtagFromResbuf(const resbuf* rb);
+
 // Codes whose value refers to another object (not the object's own handle).
 inline bool isRefCode(int code) { return dxf::isHandleCode(code) && code != 5 && code != 105; }
 

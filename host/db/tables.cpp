@@ -633,16 +633,7 @@ ErrorStatus DxDbXrecord::rbChain(resbuf** chain) const {
   resbuf* tail = nullptr;
   for (const auto& r : m_extras->runs)
     for (const auto& t : r.tags) {
-      resbuf* rb = dxutNewRb(t.code);
-      switch (dxutGroupCodeType(t.code)) {
-        case RTREAL: rb->resval.rreal = t.v[0]; break;
-        case RTSHORT: rb->resval.rint = short(t.i); break;
-        case RTLONG: rb->resval.rlong = int32_t(t.i); break;
-        case RTINT64: rb->resval.rlong64 = t.i; break;
-        case RT3DPOINT: std::copy(t.v, t.v + 3, rb->resval.rpoint); break;
-        case RTENAME: dxdbIdToName(rb->resval.rlname, DxDbObjectId(t.ref)); break;
-        default: rb->resval.rstring = strdup(t.s.c_str()); break;
-      }
+      resbuf* rb = resbufFromXTag(t);
       (tail ? tail->rbnext : *chain) = rb;
       tail = rb;
     }
@@ -656,27 +647,7 @@ ErrorStatus DxDbXrecord::setFromRbChain(const resbuf* chain) {
   run.subclass = 0;
   run.afterField = 0;
   for (const resbuf* rb = chain; rb; rb = rb->rbnext) {
-    XTag t;
-    t.code = rb->restype;
-    t.kind = dx::dxf::kindOf(rb->restype);
-    switch (dxutGroupCodeType(rb->restype)) {
-      case RTREAL: t.v[0] = rb->resval.rreal; break;
-      case RTSHORT: t.i = rb->resval.rint; break;
-      case RTLONG: t.i = rb->resval.rlong; break;
-      case RTINT64: t.i = rb->resval.rlong64; break;
-      case RT3DPOINT:
-        std::copy(rb->resval.rpoint, rb->resval.rpoint + 3, t.v);
-        t.dims = 3;
-        break;
-      case RTENAME: {
-        DxDbObjectId id;
-        dxdbGetObjectId(id, rb->resval.rlname);
-        t.ref = id.stub();
-        t.isRef = true;
-        break;
-      }
-      default: t.s = rb->resval.rstring ? rb->resval.rstring : ""; break;
-    }
+    XTag t = xtagFromResbuf(rb);
     run.tags.push_back(std::move(t));
   }
   ex.runs.push_back(std::move(run));
