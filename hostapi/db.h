@@ -618,6 +618,8 @@ class DxDbPolylineHeavy : public DxDbCurve {
   DxGeVector3d m_normal{0, 0, 1};
   DxDbObjectIdArray m_vertices;
   DxDbObjectId m_seqend;
+  // Vertices of a polyline not yet in a database; they join it when it is appended.
+  std::vector<std::shared_ptr<DxDbVertex>> m_pendingVertices;
 };
 using DxDb2dPolyline = DxDbPolylineHeavy;
 
@@ -817,6 +819,8 @@ class DxDbBlockReference : public DxDbEntity {
   DxGeVector3d m_normal{0, 0, 1};
   DxDbObjectIdArray m_attribs;
   DxDbObjectId m_seqend;
+  // Attributes of a reference not yet in a database; they join it when it is appended.
+  std::vector<std::shared_ptr<DxDbAttribute>> m_pendingAttribs;
 };
 
 class DxDbHatch : public DxDbEntity {

@@ -168,8 +168,7 @@ void burstOne(DxDbDatabase* db, DxDbObjectId refId) {
   }
   changeProperty(onLayer0, "_LA", inherited.layer);
   changeProperty(byBlockColor, "_C", inherited.color);
-  // The host's CHPROP names this keyword LType, so "_LI" would not reach it.
-  changeProperty(byBlockLinetype, "_LT", inherited.linetype);
+  changeProperty(byBlockLinetype, "_LI", inherited.linetype);
 }
 
 }  // namespace

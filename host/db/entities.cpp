@@ -518,8 +518,14 @@ DX_SETTER(DxDbVertex, setPosition, const DxGePoint3d&, m_pos)
 DxDbPolylineHeavy::DxDbPolylineHeavy() = default;
 DxDbPolylineHeavy::~DxDbPolylineHeavy() = default;
 ErrorStatus DxDbPolylineHeavy::appendVertex(DxDbObjectId& id, DxDbVertex* v) {
+  if (!v) return Dxad::eNullObjectPointer;
   Stub* s = Access::stub(*this);
-  if (!s || !s->db) return Dxad::eNotInDatabase;
+  if (!s || !s->db) {
+    // Kept with the polyline until the polyline itself goes into a database.
+    id = {};
+    m_pendingVertices.emplace_back(v);
+    return Dxad::eOk;
+  }
   assertWriteEnabled();
   id = s->db->attach(v);
   Access::owner(*v) = objectId();
@@ -553,6 +559,7 @@ ErrorStatus DxDbPolylineHeavy::transformBy(const DxGeMatrix3d& m) {
       if (Stub* s = id.stub(); s && s->db) s->db->noteWrite(s);
       Access::self<DxDbVertex>(*v).m_pos = toP * (m * (toW * v->position()));
     }
+  for (auto& v : m_pendingVertices) v->m_pos = toP * (m * (toW * v->position()));
   m_normal = n;
   return Dxad::eOk;
 }
@@ -927,9 +934,14 @@ DxDbObjectIterator* DxDbBlockReference::attributeIterator() const {
 }
 
 ErrorStatus DxDbBlockReference::appendAttribute(DxDbObjectId& id, DxDbAttribute* att) {
-  Stub* s = Access::stub(*this);
-  if (!s || !s->db) return Dxad::eNotInDatabase;
   if (!att) return Dxad::eNullObjectPointer;
+  Stub* s = Access::stub(*this);
+  if (!s || !s->db) {
+    // Kept with the reference until the reference itself goes into a database.
+    id = {};
+    m_pendingAttribs.emplace_back(att);
+    return Dxad::eOk;
+  }
   assertWriteEnabled();
   id = s->db->attach(att);
   Access::owner(*att) = objectId();
@@ -992,6 +1004,7 @@ ErrorStatus DxDbBlockReference::transformBy(const DxGeMatrix3d& m) {
       a->transformBy(m);
       Access::openWrite(*a) = w;
     }
+  for (auto& a : m_pendingAttribs) a->transformBy(m);
   return Dxad::eOk;
 }
 
@@ -1009,11 +1022,18 @@ ErrorStatus DxDbBlockReference::explode(std::vector<DxDbEntity*>& pieces) const 
     Access::xdict(*c) = {};
     Access::openCount(*c) = 0;
     Access::openWrite(*c) = false;
+    // Sub-entities travel with their piece and join the drawing with it.
     if (auto* ins = DxRxObject::cast<DxDbBlockReference>(c)) {
-      Access::attribs(*ins).clear();  // nested attributes are copied by the caller
+      for (const auto& aid : Access::attribs(*ins))
+        if (auto* a = DxRxObject::cast<DxDbAttribute>(objOf(aid)); a && !aid.isErased())
+          Access::pendingAttribs(*ins).emplace_back(static_cast<DxDbAttribute*>(a->clone()));
+      Access::attribs(*ins).clear();
       Access::seqend(*ins) = {};
     }
     if (auto* pl = DxRxObject::cast<DxDbPolylineHeavy>(c)) {
+      for (const auto& vid : Access::vertices(*pl))
+        if (auto* v = DxRxObject::cast<DxDbVertex>(objOf(vid)); v && !vid.isErased())
+          Access::pendingVertices(*pl).emplace_back(static_cast<DxDbVertex*>(v->clone()));
       Access::vertices(*pl).clear();
       Access::seqend(*pl) = {};
     }

@@ -283,6 +283,8 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
     }
     if (here >= 0 && (!filled[base(size_t(cur)) + size_t(here)] || subs[size_t(cur)].fields[size_t(here)].repeat))
       fi = here;
+    // In an entity list a group given twice changes the field twice: the last one holds.
+    if (here >= 0 && fi < 0 && ctx.fromEntityList) fi = here;
     if (fi < 0 && here < 0) {
       // Without subclass markers (older files, entity lists) any subclass may take the
       // group; with them, an earlier one may (some writers put text groups of an
@@ -297,6 +299,11 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
           break;
         }
       }
+      if (fi < 0 && ctx.fromEntityList)
+        for (size_t j = 0; j < limit && fi < 0; ++j) {
+          int f = subs[j].indexOf(t.code);
+          if (f >= 0 && subs[j].fields[size_t(f)].set) si = int(j), fi = f;
+        }
     }
     if (fi >= 0) {
       const FieldDef& f = subs[size_t(si)].fields[size_t(fi)];

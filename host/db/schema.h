@@ -207,6 +207,12 @@ struct Access {
   static DxDbObjectIdArray& attribs(DxDbBlockReference& r) { return r.m_attribs; }
   static DxDbObjectId& seqend(DxDbBlockReference& r) { return r.m_seqend; }
   static DxDbObjectIdArray& vertices(DxDbPolylineHeavy& p) { return p.m_vertices; }
+  static std::vector<std::shared_ptr<DxDbVertex>>& pendingVertices(DxDbPolylineHeavy& p) {
+    return p.m_pendingVertices;
+  }
+  static std::vector<std::shared_ptr<DxDbAttribute>>& pendingAttribs(DxDbBlockReference& r) {
+    return r.m_pendingAttribs;
+  }
   static DxDbObjectId& seqend(DxDbPolylineHeavy& p) { return p.m_seqend; }
   static std::vector<std::pair<std::string, DxDbObjectId>>& items(DxDbDictionary& d) {
     return d.m_items;

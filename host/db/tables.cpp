@@ -377,6 +377,28 @@ ErrorStatus DxDbBlockTableRecord::appendDxDbEntity(DxDbObjectId& id, DxDbEntity*
   id = db->attach(ent);
   Access::owner(*ent) = objectId();
   m_entities.push_back(id);
+  // Vertices or attributes made before the entity had a database join it now.
+  auto adopt = [&](auto& pending, DxDbObjectIdArray& subs, DxDbObjectId& seqend) {
+    if (pending.empty()) return;
+    for (auto& p : pending) {
+      DxDbEntity* sub = static_cast<DxDbEntity*>(p->clone());
+      if (sub->layerId().isNull()) sub->setPropertiesFrom(ent);
+      DxDbObjectId sid = db->attach(sub);
+      Access::owner(*sub) = id;
+      subs.push_back(sid);
+    }
+    pending.clear();
+    if (seqend.isNull() || !seqend.isValid()) {
+      auto* end = new DxDbSequenceEnd();
+      end->setPropertiesFrom(ent);
+      seqend = db->attach(end);
+      Access::owner(*end) = id;
+    }
+  };
+  if (auto* pl = DxRxObject::cast<DxDbPolylineHeavy>(ent))
+    adopt(Access::pendingVertices(*pl), Access::vertices(*pl), Access::seqend(*pl));
+  if (auto* ref = DxRxObject::cast<DxDbBlockReference>(ent))
+    adopt(Access::pendingAttribs(*ref), Access::attribs(*ref), Access::seqend(*ref));
   Access::openCount(*ent) = 1;
   Access::openWrite(*ent) = true;
   db->noteOpened(Access::stub(*ent));

@@ -237,6 +237,72 @@ TEST(Tables, BlockReferencesAreFoundInEveryBlock) {
   EXPECT_EQ(got, (std::set<DxDbObjectId>{nested, top}));
 }
 
+TEST(Tables, ExplodedPiecesBringTheirVerticesAndAttributes) {
+  Drawing d;
+  DxDbBlockTable* bt = nullptr;
+  ASSERT_EQ(d.db->getSymbolTable(bt, DxDb::kForWrite), Dxad::eOk);
+  DxDbObjectId tagId, outerId;
+  for (auto [name, id] : {std::pair<const char*, DxDbObjectId*>{"TAG", &tagId}, {"OUTER", &outerId}}) {
+    auto* b = new DxDbBlockTableRecord();
+    b->setName(name);
+    ASSERT_EQ(bt->add(*id, b), Dxad::eOk);
+    b->close();
+  }
+  bt->close();
+  // OUTER holds an old-style polyline of three vertices and a reference with an attribute.
+  auto* pl = new DxDbPolylineHeavy();
+  for (double x : {0.0, 1.0, 2.0}) {
+    auto* v = new DxDbVertex();
+    v->setPosition({x, x * x, 0});
+    DxDbObjectId vid;
+    ASSERT_EQ(pl->appendVertex(vid, v), Dxad::eOk);  // before the polyline is in a drawing
+  }
+  d.add(pl, outerId);
+  auto* ref = new DxDbBlockReference({5, 0, 0}, tagId);
+  DxDbObjectId refId = d.add(ref, outerId);
+  DxDbBlockReference* r = nullptr;
+  ASSERT_EQ(dxdbOpenObject(r, refId, DxDb::kForWrite), Dxad::eOk);
+  auto* att = new DxDbAttribute();
+  att->setTag("NO");
+  att->setTextString("42");
+  DxDbObjectId aid;
+  ASSERT_EQ(r->appendAttribute(aid, att), Dxad::eOk);
+  att->close();
+  r->close();
+
+  // Explode a reference to OUTER moved by (10, 0) and append the pieces.
+  DxDbBlockReference top({10, 0, 0}, outerId);
+  std::vector<DxDbEntity*> pieces;
+  ASSERT_EQ(top.explode(pieces), Dxad::eOk);
+  ASSERT_EQ(pieces.size(), 2u);
+  for (auto* p : pieces) d.add(p);
+
+  DxDbDatabase back(false);
+  ASSERT_EQ(back.readDxfFromBuffer(d.dxf()), Dxad::eOk) << back.lastError();
+  DxDbBlockTableRecord* ms = nullptr;
+  ASSERT_EQ(dxdbOpenObject(ms, back.modelSpaceId(), DxDb::kForRead), Dxad::eOk);
+  auto ids = ms->entityIds();
+  ms->close();
+  ASSERT_EQ(ids.size(), 2u);
+  DxDbPolylineHeavy* plBack = nullptr;
+  ASSERT_EQ(dxdbOpenObject(plBack, ids[0], DxDb::kForRead), Dxad::eOk);
+  ASSERT_EQ(plBack->vertexIds().size(), 3u);
+  DxDbVertex* last = nullptr;
+  ASSERT_EQ(dxdbOpenObject(last, plBack->vertexIds()[2], DxDb::kForRead), Dxad::eOk);
+  EXPECT_TRUE(last->position().isEqualTo({12, 4, 0}, 1e-12));
+  last->close();
+  plBack->close();
+  DxDbBlockReference* refBack = nullptr;
+  ASSERT_EQ(dxdbOpenObject(refBack, ids[1], DxDb::kForRead), Dxad::eOk);
+  ASSERT_EQ(refBack->attributeIds().size(), 1u);
+  DxDbAttribute* attBack = nullptr;
+  ASSERT_EQ(dxdbOpenObject(attBack, refBack->attributeIds()[0], DxDb::kForRead), Dxad::eOk);
+  EXPECT_STREQ(attBack->textString(), "42");
+  EXPECT_TRUE(attBack->position().isEqualTo({10, 0, 0}, 1e-12));
+  attBack->close();
+  refBack->close();
+}
+
 TEST(Dictionaries, ExtensionDictionaryAndGroupsKeepTheirMembers) {
   Drawing d;
   DxDbObjectId line = d.add(new DxDbLine({0, 0, 0}, {1, 0, 0}));
@@ -352,6 +418,14 @@ TEST(EntityLists, MakeAppendsToTheCurrentSpaceOnTheCurrentLayer) {
   EXPECT_NEAR(t->rotation(), M_PI / 2, 1e-12);  // lists give radians
   EXPECT_EQ(t->height(), 2.5);
   t->close();
+
+  // A group given twice: the last one holds, as when a list is changed group by group.
+  Rb twice(dxutBuildList(RTDXF0, "CIRCLE", 10, pt, 40, 1.0, 40, 3.0, 0));
+  ASSERT_EQ(dxdbEntMake(twice.get()), RTNORM);
+  dx_name circle;
+  ASSERT_EQ(dxdbEntLast(circle), RTNORM);
+  Rb circleList(dxdbEntGet(circle));
+  EXPECT_EQ(find(circleList.get(), 40)->resval.rreal, 3.0);
 
   Rb noType(dxutBuildList(10, pt, 0));
   EXPECT_EQ(dxdbEntMake(noType.get()), RTERROR);

@@ -118,7 +118,7 @@ void cmdChprop() {
   for (;;) {
     std::string kw;
     int rc = askKeyword("\nEnter property to change [Color/LAyer/LType/ltScale/LWeight]: ",
-                        "Color LAyer LType ltScale LWeight", kw);
+                        "Color LAyer LType ltScale LWeight LInetype", kw);
     if (rc != RTNORM) return;
     auto apply = [&](auto&& change) {
       for (auto id : ids) {
@@ -149,7 +149,7 @@ void cmdChprop() {
         continue;
       }
       apply([&](DxDbEntity* e) { e->setLayer(layer); });
-    } else if (kw == "LType") {
+    } else if (kw == "LType" || kw == "LInetype") {  // modules name it either way
       std::string name;
       if (askString("\nEnter new linetype name <ByLayer>: ", name) != RTNORM) return;
       if (name.empty()) name = "ByLayer";

@@ -513,7 +513,8 @@ int selectObjects(const SelectOptions& opt, std::vector<DxDbObjectId>& out) {
     if (dup) msg += " (" + std::to_string(dup) + " duplicate)";
     if (removing) msg += ", " + std::to_string(before - chosen.ids.size()) + " removed";
     if (chosen.ids.size() != foundCount || removing) msg += ", " + std::to_string(chosen.ids.size()) + " total";
-    output().message(msg + "\n");
+    // A command called by another with CMDECHO 0 works silently, counts included.
+    if (Frame* f = s.running(); !f || f->echo) output().message(msg + "\n");
   };
   for (;;) {
     Answer a = s.ask(removing ? opt.removePrompt : opt.addPrompt);
