@@ -28,6 +28,47 @@ struct Numbered {
 
 // The contents of a text's list; a multiline text's chunks (group 3) come before its
 // last part (group 1).
+// The field object of a text that holds fields: extension dictionary, "ACAD_FIELD",
+// "TEXT". Null when the text holds none.
+DxDbObjectId textFieldOf(DxDbObjectId textId) {
+  DxDbObjectId dictId;
+  {
+    CDbObjectPtr<DxDbObject> text(textId, DxDb::kForRead);
+    if (!text) return {};
+    dictId = text->extensionDictionary();
+  }
+  if (dictId.isNull()) return {};
+  DxDbObjectId fieldsId, fieldId;
+  {
+    CDbObjectPtr<DxDbDictionary> dict(dictId, DxDb::kForRead);
+    if (!dict || dict->getAt("ACAD_FIELD", fieldsId) != Dxad::eOk) return {};
+  }
+  CDbObjectPtr<DxDbDictionary> fields(fieldsId, DxDb::kForRead);
+  if (!fields || fields->getAt("TEXT", fieldId) != Dxad::eOk) return {};
+  return fieldId;
+}
+
+// A text holding fields keeps them: the number goes into the field code, where each field
+// stands as its "%<\_FldIdx n>%" placeholder, the same way it goes into the text.
+void renumberFieldCode(DxDbObjectId textId, const std::string& number, NumberPlacement where,
+                       bool multiline, const std::string& find) {
+  DxDbObjectId fieldId = textFieldOf(textId);
+  dx_name fname;
+  if (fieldId.isNull() || dxdbGetGdsName(fname, fieldId) != Dxad::eOk) return;
+  CResbufPtr list(dxdbEntGet(fname));
+  const resbuf* code = nullptr;
+  for (const resbuf* rb = list.get(); rb; rb = rb->rbnext)
+    if (rb->restype == 2 && rb->resval.rstring) {
+      code = rb;
+      break;
+    }
+  if (!code) return;
+  std::string changed = placeNumber(code->resval.rstring, number, where, multiline, find);
+  if (changed == code->resval.rstring) return;
+  CResbufPtr mod(dxutBuildList(-1, fname, 2, changed.c_str(), 0));
+  dxdbEntMod(mod.get());
+}
+
 std::string contentsOf(const resbuf* list) {
   std::string s;
   for (const resbuf* rb = list; rb; rb = rb->rbnext)
@@ -191,11 +232,13 @@ void cmdTcount() {
     CResbufPtr list(dxdbEntGet(name));
     if (!list) continue;
     std::string text = contentsOf(list.get());
-    std::string changed = placeNumber(text, countNumber(start, increment, k), where, n.multiline, find);
+    std::string number = countNumber(start, increment, k);
+    std::string changed = placeNumber(text, number, where, n.multiline, find);
     if (changed == text) continue;
     // Only the name and the new contents: the host keeps every other group as it is.
     CResbufPtr mod(dxutBuildList(-1, name, 1, changed.c_str(), 0));
     dxdbEntMod(mod.get());
+    renumberFieldCode(n.id, number, where, n.multiline, find);
   }
 }
 

@@ -213,6 +213,21 @@ struct RunBuilder {
 };
 }  // namespace
 
+// Replaces the value of the n-th kept group of a code, keeping where it stands.
+static void overwriteKept(DxDbObject& o, const InTag& t, int n) {
+  auto& ex = Access::extras(o);
+  if (!ex) return;
+  for (ExtraRun& r : ex->runs)
+    for (XTag& x : r.tags)
+      if (x.code == t.code && n-- == 0) {
+        XTag fresh = XTag::from(t);
+        if (x.dims && !fresh.dims) fresh.dims = x.dims;
+        if (x.dims == 2) fresh.dims = 2;
+        x = std::move(fresh);
+        return;
+      }
+}
+
 void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& tags,
                LoadContext& ctx, bool keepExtras) {
   const auto& subs = sc.subclasses;
@@ -239,6 +254,7 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
   int16_t lastField = -1;
   bool unknown = false;
   bool bodySeen = false;
+  std::unordered_map<int, int> overwritten;
 
   for (size_t k = 0; k < tags.size(); ++k) {
     const InTag& t = tags[k];
@@ -311,6 +327,13 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
       f.set(o, t, ctx);
       filled[base(size_t(si)) + size_t(fi)] = 1;
       if (si == cur && f.code >= 0) lastField = int16_t(fi);
+      continue;
+    }
+    if (!keepExtras && ctx.fromEntityList) {
+      // A changed list may change kept groups too: the n-th group of a code replaces the
+      // n-th kept one (links and markers stay the host's).
+      if (t.code != 100 && t.code != 101 && t.code != 102 && t.code != 330 && t.code != 360 && t.code != 5)
+        overwriteKept(o, t, overwritten[t.code]++);
       continue;
     }
     // Before any subclass: application groups stay ahead of the owner, the rest after it.

@@ -340,6 +340,48 @@ class Tcount(TextDrawing):
         s = self.strings(doc)
         return {label: s[h] for label, h in self.handles.items()}
 
+    def field_drawing(self):
+        """A text that shows a field ("Room" and the drawing's file name), as CAD programs
+        write it: extension dictionary, ACAD_FIELD, TEXT, a FIELD whose code holds the
+        child field as a placeholder."""
+        t = self.text("F", "Room plan.dxf", 0, 0)
+        xdict = t.new_extension_dict().dictionary
+        fields = self.doc.objects.add_dictionary(owner=xdict.dxf.handle, hard_owned=True)
+        xdict["ACAD_FIELD"] = fields
+        rec = fields.add_xrecord("TEXT")
+        rec.reset([(1, "_text"), (2, "Room %<\\_FldIdx 0>%"), (90, 0), (97, 0)])
+        src = self.path("fields.dxf")
+        self.doc.saveas(src)
+        with open(src) as f:
+            content = f.read()
+        # ezdxf writes no FIELD objects: the record becomes one by its type and subclass.
+        self.assertEqual(content.count("\nXRECORD\n"), 1)
+        content = content.replace("\nXRECORD\n", "\nFIELD\n").replace("\nAcDbXrecord\n", "\nAcDbField\n")
+        with open(src, "w") as f:
+            f.write(content)
+        return src
+
+    def field_code(self, path):
+        with open(path) as f:
+            lines = f.read().split("\n")
+        start = lines.index("FIELD")
+        for i in range(start, len(lines) - 1):
+            if lines[i].strip() == "2":
+                return lines[i + 1]
+        return None
+
+    def test_a_text_holding_a_field_keeps_it_and_its_code_gets_the_number(self):
+        src = self.field_drawing()
+        self.run_script("tcount " + self.sel("F") + " X 7,1 P\n", drawing=src)
+        out = self.path("out.dxf")
+        self.assertEqual(self.numbered(ezdxf.readfile(out)), {"F": "7 Room plan.dxf"})
+        self.assertEqual(self.field_code(out), "7 Room %<\\_FldIdx 0>%")
+
+    def test_a_suffix_goes_after_the_field_placeholder(self):
+        src = self.field_drawing()
+        self.run_script("tcount " + self.sel("F") + " X 3,1 S\n", drawing=src)
+        self.assertEqual(self.field_code(self.path("out.dxf")), "Room %<\\_FldIdx 0>% 3")
+
     def test_Y_numbers_top_to_bottom(self):
         self.column()
         doc = self.run_script("tcount " + self.sel("A", "B", "C") + " Y 1,1 O\n")
