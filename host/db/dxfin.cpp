@@ -86,7 +86,7 @@ class Reader {
   bool readClasses();
   bool readTables();
   bool readBlocks();
-  bool readEntities(DxDbObjectId forcedOwner, Record* stopAt, const char* endName);
+  bool readEntities();
   bool readObjects();
   bool skipSection(std::string_view name, bool keep = true);
   DxDbObject* makeObject(Record& rec, bool entity);
@@ -225,7 +225,7 @@ bool Reader::run(std::string& error) {
     else if (name == "CLASSES") ok = readClasses();
     else if (name == "TABLES") ok = readTables();
     else if (name == "BLOCKS") ok = readBlocks();
-    else if (name == "ENTITIES") ok = readEntities({}, nullptr, "ENDSEC");
+    else if (name == "ENTITIES") ok = readEntities();
     else if (name == "OBJECTS") ok = readObjects();
     else ok = skipSection(name);
     if (!ok) break;
@@ -551,7 +551,7 @@ bool Reader::readBlocks() {
   return fail("unexpected end of file in BLOCKS");
 }
 
-bool Reader::readEntities(DxDbObjectId, Record*, const char*) {
+bool Reader::readEntities() {
   m_db.ensureTables();
   dxf::Tag t;
   Record rec;
