@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "express/jww/JwwImporter.h"
+#include "express/jww/JwwRecordMake.h"
 #include "express/jww/JwwTranslate.h"
 #include "tests/jww/JwwSamples.h"
 
@@ -17,21 +18,8 @@ namespace {
 
 constexpr double kPi = std::numbers::pi;
 
-JwwRecordHead Head(unsigned group, unsigned layer, unsigned style = 1, unsigned color = 1) {
-  JwwRecordHead h;
-  h.layerGroup = std::uint16_t(group);
-  h.layer = std::uint16_t(layer);
-  h.penStyle = std::uint8_t(style);
-  h.penColor = std::uint16_t(color);
-  return h;
-}
-
-JwwLine Line(JwwRecordHead h, double x1, double y1, double x2, double y2) {
-  JwwLine l;
-  l.head = h;
-  l.startX = x1, l.startY = y1, l.endX = x2, l.endY = y2;
-  return l;
-}
+using jwwmake::Head;
+using jwwmake::Line;
 
 struct Drawing {
   std::unique_ptr<DxDbDatabase> db = std::make_unique<DxDbDatabase>(true);

@@ -11,26 +11,14 @@
 #include <string>
 
 #include "express/jww/JwwFileWriter.h"
+#include "express/jww/JwwRecordMake.h"
 
 namespace {
 
 constexpr double kPi = std::numbers::pi;
 
-JwwRecordHead Head(unsigned group, unsigned layer, unsigned style = 1, unsigned color = 1) {
-  JwwRecordHead h;
-  h.layerGroup = std::uint16_t(group);
-  h.layer = std::uint16_t(layer);
-  h.penStyle = std::uint8_t(style);
-  h.penColor = std::uint16_t(color);
-  return h;
-}
-
-JwwLine Line(JwwRecordHead h, double x1, double y1, double x2, double y2) {
-  JwwLine l;
-  l.head = h;
-  l.startX = x1, l.startY = y1, l.endX = x2, l.endY = y2;
-  return l;
-}
+using jwwmake::Head;
+using jwwmake::Line;
 
 JwwCircle Arc(JwwRecordHead h, double cx, double cy, double r, double start, double arc, double tilt = 0,
               double flatness = 1, bool whole = false) {
