@@ -258,22 +258,32 @@ int dxdbEntMake(const resbuf* list) {
   ctx.fromEntityList = true;
   applyTags(*o, *sc, withoutXData(lt), ctx, false);
   if (lt.hasXData) setXData(*o, lt);
-  if (table != Table::None) {
-    auto* rec = static_cast<DxDbSymbolTableRecord*>(o);
-    DxDbSymbolTable* tab = nullptr;
-    if (rec->getName().empty() || dxdbOpenObject(tab, db->tables[size_t(table)], DxDb::kForWrite) != Dxad::eOk) {
+  // Hands the new object to its container, or drops it when that fails.
+  auto addTo = [&](DxDbObjectId containerId, auto add) {
+    DxDbObject* container = nullptr;
+    if (dxdbOpenObject(container, containerId, DxDb::kForWrite) != Dxad::eOk) {
       delete o;
       return RTERROR;
     }
-    DxDbObjectId id;
-    Dxad::ErrorStatus es = tab->add(id, rec);
-    tab->close();
+    Dxad::ErrorStatus es = add(container);
+    container->close();
     if (es != Dxad::eOk) {
       delete o;
       return RTERROR;
     }
-    rec->close();
+    o->close();
     return RTNORM;
+  };
+  if (table != Table::None) {
+    auto* rec = static_cast<DxDbSymbolTableRecord*>(o);
+    if (rec->getName().empty()) {
+      delete o;
+      return RTERROR;
+    }
+    return addTo(db->tables[size_t(table)], [&](DxDbObject* tab) {
+      DxDbObjectId id;
+      return static_cast<DxDbSymbolTable*>(tab)->add(id, rec);
+    });
   }
   auto* ent = static_cast<DxDbEntity*>(o);
   // Required geometry: an entity list without its defining points is refused.
@@ -284,20 +294,11 @@ int dxdbEntMake(const resbuf* list) {
     return RTERROR;
   }
   if (ent->layerId().isNull()) Access::self<DxDbEntity>(*ent).setLayer(db->owner()->clayer());
-  DxDbBlockTableRecord* btr = nullptr;
-  if (dxdbOpenObject(btr, db->currentSpace, DxDb::kForWrite) != Dxad::eOk) {
-    delete o;
-    return RTERROR;
-  }
-  DxDbObjectId id;
-  Dxad::ErrorStatus es = btr->appendDxDbEntity(id, ent);
-  btr->close();
-  if (es != Dxad::eOk) {
-    delete o;
-    return RTERROR;
-  }
-  ent->close();
-  return RTNORM;
+  return addTo(db->currentSpace, [&](DxDbObject* space) {
+    DxDbObjectId id;
+    auto* btr = DxRxObject::cast<DxDbBlockTableRecord>(space);
+    return btr ? btr->appendDxDbEntity(id, ent) : Dxad::eNotThatKindOfClass;
+  });
 }
 
 int dxdbEntMod(const resbuf* list) {
