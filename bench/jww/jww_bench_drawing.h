@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "express/jww/JwwDocument.h"
+#include "express/jww/jww_document.h"
 
 // About 100 MB when written for 1.4 million records.
 JwwDocument MakeBenchDrawing(std::size_t records);

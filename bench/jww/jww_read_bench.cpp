@@ -18,8 +18,8 @@
 #include <memory>
 #include <string>
 
-#include "express/jww/JwwFileReader.h"
-#include "express/jww/JwwFileWriter.h"
+#include "express/jww/jww_file_reader.h"
+#include "express/jww/jww_file_writer.h"
 #include "bench/jww/jww_bench_drawing.h"
 
 namespace {

@@ -18,9 +18,9 @@
 #include <string>
 
 #include "bench/jww/jww_bench_drawing.h"
-#include "express/jww/JwwFileReader.h"
-#include "express/jww/JwwFileWriter.h"
-#include "express/jww/JwwImporter.h"
+#include "express/jww/jww_file_reader.h"
+#include "express/jww/jww_file_writer.h"
+#include "express/jww/jww_importer.h"
 
 namespace {
 

@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "JwwSamples.h"
-#include "JwwTestUtil.h"
+#include "jww_samples.h"
+#include "jww_test_util.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <string>
 
-#include "JwwSamples.h"
+#include "jww_samples.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 // variant a JW_CAD file can take.
 #include <gtest/gtest.h>
 
-#include "JwwSamples.h"
-#include "JwwTestUtil.h"
+#include "jww_samples.h"
+#include "jww_test_util.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include <filesystem>
 #include <fstream>
 
-#include "JwwTestUtil.h"
-#include "express/jww/JwwFileWriter.h"
+#include "jww_test_util.h"
+#include "express/jww/jww_file_writer.h"
 
 namespace {
 

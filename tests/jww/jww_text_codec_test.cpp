@@ -1,7 +1,7 @@
 // Conversions of file text; bad bytes become U+FFFD and never stop a read.
 #include <gtest/gtest.h>
 
-#include "express/jww/JwwTextCodec.h"
+#include "express/jww/jww_text_codec.h"
 
 namespace {
 

@@ -9,10 +9,10 @@
 #include <string>
 #include <vector>
 
-#include "express/jww/JwwImporter.h"
-#include "express/jww/JwwRecordMake.h"
-#include "express/jww/JwwTranslate.h"
-#include "tests/jww/JwwSamples.h"
+#include "express/jww/jww_importer.h"
+#include "express/jww/jww_record_make.h"
+#include "express/jww/jww_translate.h"
+#include "tests/jww/jww_samples.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <numbers>
 
-#include "express/jww/JwwTranslate.h"
+#include "express/jww/jww_translate.h"
 
 using namespace jww;
 

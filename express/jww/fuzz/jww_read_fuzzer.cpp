@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "express/jww/JwwFileReader.h"
+#include "express/jww/jww_file_reader.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   JwwDocument doc;

@@ -10,8 +10,8 @@
 #include <numbers>
 #include <string>
 
-#include "express/jww/JwwFileWriter.h"
-#include "express/jww/JwwRecordMake.h"
+#include "express/jww/jww_file_writer.h"
+#include "express/jww/jww_record_make.h"
 
 namespace {
 

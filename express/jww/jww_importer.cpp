@@ -1,4 +1,4 @@
-#include "express/jww/JwwImporter.h"
+#include "express/jww/jww_importer.h"
 
 #include <cstring>
 #include <map>
@@ -7,7 +7,7 @@
 #include <tuple>
 
 #include "express/env/holders.h"
-#include "express/jww/JwwTranslate.h"
+#include "express/jww/jww_translate.h"
 
 namespace jww {
 namespace {

@@ -8,8 +8,8 @@
 
 #include <type_traits>
 
-#include "express/jww/JwwHeader.h"
-#include "express/jww/JwwRecords.h"
+#include "express/jww/jww_header.h"
+#include "express/jww/jww_records.h"
 
 namespace jww_detail {
 

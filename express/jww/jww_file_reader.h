@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "express/jww/JwwDocument.h"
+#include "express/jww/jww_document.h"
 
 class JwwMappedFile;
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "express/jww/JwwDocument.h"
+#include "express/jww/jww_document.h"
 #include "hostapi/db.h"
 
 namespace jww {

@@ -1,4 +1,4 @@
-#include "express/jww/JwwFileReader.h"
+#include "express/jww/jww_file_reader.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -15,8 +15,8 @@
 #include <type_traits>
 #include <vector>
 
-#include "express/jww/JwwSerialize.h"
-#include "express/jww/JwwTextCodec.h"
+#include "express/jww/jww_serialize.h"
+#include "express/jww/jww_text_codec.h"
 
 // The whole file mapped read-only. Pages the parser has gone past are handed back to
 // the system as it goes, so a large drawing costs little more than its records.

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "express/jww/JwwRecords.h"
+#include "express/jww/jww_records.h"
 
 namespace jwwmake {
 

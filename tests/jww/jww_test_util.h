@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "express/jww/JwwFileReader.h"
+#include "express/jww/jww_file_reader.h"
 
 struct ReadResult {
   bool ok = false;

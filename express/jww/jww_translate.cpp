@@ -1,4 +1,4 @@
-#include "express/jww/JwwTranslate.h"
+#include "express/jww/jww_translate.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "express/jww/JwwFileWriter.h"
+#include "express/jww/jww_file_writer.h"
 
 #include <algorithm>
 #include <array>
@@ -8,8 +8,8 @@
 #include <memory>
 #include <string_view>
 
-#include "express/jww/JwwSerialize.h"
-#include "express/jww/JwwTextCodec.h"
+#include "express/jww/jww_serialize.h"
+#include "express/jww/jww_text_codec.h"
 
 namespace {
 

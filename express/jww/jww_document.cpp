@@ -1,4 +1,4 @@
-#include "express/jww/JwwDocument.h"
+#include "express/jww/jww_document.h"
 
 const JwwBlockDef* JwwDocument::FindBlockDef(std::uint32_t number) const {
   if (number < blockDefByNumber.size()) {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "express/jww/JwwDocument.h"
+#include "express/jww/jww_document.h"
 
 struct JwwWriteOptions {
   // Strings in the UTF-16 form of JW_CAD's Unicode builds (FF FE FF, then the length in

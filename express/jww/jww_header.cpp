@@ -1,4 +1,4 @@
-#include "express/jww/JwwHeader.h"
+#include "express/jww/jww_header.h"
 
 namespace {
 

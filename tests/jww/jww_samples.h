@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "express/jww/JwwDocument.h"
-#include "express/jww/JwwFileWriter.h"
+#include "express/jww/jww_document.h"
+#include "express/jww/jww_file_writer.h"
 
 // Fills every header value with a distinct number, so that a value read from the
 // wrong place shows. Items that the version does not carry keep their defaults.

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "express/jww/JwwHeader.h"
-#include "express/jww/JwwRecords.h"
+#include "express/jww/jww_header.h"
+#include "express/jww/jww_records.h"
 
 inline constexpr char kJwwSignature[] = "JwwData.";
 inline constexpr std::uint32_t kJwwDefaultVersion = 600;

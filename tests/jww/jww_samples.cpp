@@ -1,4 +1,4 @@
-#include "JwwSamples.h"
+#include "jww_samples.h"
 
 #include <cstdio>
 #include <cstdlib>

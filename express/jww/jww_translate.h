@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-#include "express/jww/JwwDocument.h"
+#include "express/jww/jww_document.h"
 
 namespace jww {
 

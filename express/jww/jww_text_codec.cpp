@@ -1,4 +1,4 @@
-#include "express/jww/JwwTextCodec.h"
+#include "express/jww/jww_text_codec.h"
 
 #include <cerrno>
 #include <cstring>
