@@ -222,7 +222,8 @@ class JwwInput {
 // A string is a length byte, widened to a u16 by 0xFF. A u16 of 0xFFFE instead marks
 // the UTF-16 form of Unicode builds, after which the length (counting code units)
 // follows in the same one-or-three-byte form. The 32-bit length that a u16 of 0xFFFF
-// would announce is refused, which bounds every string to 0xFFFE units.
+// would announce is refused, which bounds every string to 0xFFFE units. The marker is
+// honoured in files of any version, though only version-700 files are known to use it.
 void JwwInput::Io(std::string& s) {
   std::size_t length = Get<std::uint8_t>();
   bool utf16 = false;

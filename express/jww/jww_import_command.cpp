@@ -93,18 +93,25 @@ void cmdJwwImport() {
     }
     dxutPrintf(CResString(res::JwwReadSucceeded), path.c_str());
 
-    dx_point picked;
-    if (dxedGetPoint(nullptr, CResString(res::JwwInsertPoint), picked) != RTNORM) return;
-    // The point comes in the current UCS; the drawing is placed in world coordinates.
-    CResbufPtr ucs(dxutBuildList(RTSHORT, 1, 0)), world(dxutBuildList(RTSHORT, 0, 0));
-    dx_point at;
-    if (dxedTrans(picked, ucs.get(), world.get(), 0, at) != RTNORM) std::copy(picked, picked + 3, at);
-
+    // Layers first, then the point: the layers stay when the user gives none (the undo
+    // group of the guard takes them back with one U), and the summary says what the
+    // drawing holds either way.
     DxApDocument* current = dxDocManagerPtr() ? dxDocManagerPtr()->curDocument() : nullptr;
     jww::Importer importer(current ? current->database() : nullptr, *doc);
     jww::ImportResult result;
-    if (importer.Import({at[0], at[1], at[2]}, LoadLineTypes, result)) summary = Summary(result);
-    else summary = CResString(res::JwwTranslateFailed).c_str();
+    bool ok = importer.MakeLayers(result);
+    result.counts = jww::TranslatableCounts(*doc);
+
+    dx_point picked;
+    if (ok && dxedGetPoint(nullptr, CResString(res::JwwInsertPoint), picked) == RTNORM) {
+      // The point comes in the current UCS; the drawing is placed in world coordinates,
+      // where JW_CAD's own coordinates are taken to lie.
+      CResbufPtr ucs(dxutBuildList(RTSHORT, 1, 0)), world(dxutBuildList(RTSHORT, 0, 0));
+      dx_point at;
+      if (dxedTrans(picked, ucs.get(), world.get(), 0, at) != RTNORM) std::copy(picked, picked + 3, at);
+      ok = importer.Place({at[0], at[1], at[2]}, LoadLineTypes, result);
+    }
+    summary = ok ? Summary(result) : CResString(res::JwwTranslateFailed).c_str();
   } catch (const std::bad_alloc&) {
     summary = CResString(res::JwwTranslateFailed).c_str();
   }

@@ -77,6 +77,7 @@ bool SetStyleFont(DxDbObjectId id, const TextStyleKey& key) {
 }  // namespace
 
 struct Importer::Context {
+  Context(DxDbDatabase* database, const JwwDocument& document) : db(database), doc(document) {}
   DxDbDatabase* db;
   const JwwDocument& doc;
   DxGeVector3d offset;
@@ -311,62 +312,77 @@ struct Importer::Context {
 };
 
 Importer::Importer(DxDbDatabase* db, const JwwDocument& doc) : db_(db), doc_(doc) {}
+Importer::~Importer() = default;
 
-bool Importer::Import(const DxGeVector3d& offset, const LineTypeLoader& loadLineTypes, ImportResult& result) {
+bool Importer::MakeLayers(ImportResult& result) {
   result = {};
   if (!db_) {
     result.failure = "no drawing";
     return false;
   }
-  Context cx{db_, doc_, offset};
+  cx_ = std::make_unique<Context>(db_, doc_);
+  Context& cx = *cx_;
 
-  // Which layers and line types the records use, block contents included: they keep
-  // their layer like everything else.
+  // Only the drawing's own records make layers. Entities inside block definitions take
+  // the layer of their group and layer when the drawing has it (made here, or by an
+  // earlier import), else layer "0".
   std::array<bool, kLayerCount> used{};
+  ForEachHead(doc_.entities, [&](const JwwRecordHead& h) {
+    if (int i = LayerIndex(h); i >= 0) used[i] = true;
+  });
+
+  CDbObjectPtr<DxDbLayerTable> table(db_->layerTableId(), DxDb::kForWrite);
+  if (!table) {
+    result.failure = "the layer table cannot be opened";
+    return false;
+  }
+  table->getIdAt("0", cx.layerZero);
+  for (unsigned g = 0; g < 16; ++g) {
+    for (unsigned l = 0; l < 16; ++l) {
+      std::string name = LayerName(doc_.header, g, l);
+      DxDbObjectId id;
+      if (table->getIdAt(name.c_str(), id) == Dxad::eOk) {
+        cx.layers[g * 16 + l] = id;
+        continue;
+      }
+      if (!used[g * 16 + l]) continue;
+      auto layer = std::make_unique<DxDbLayerTableRecord>();
+      LayerReport report{g, l, name, false};
+      if (layer->setName(name.c_str()) == Dxad::eOk) {
+        const JwwLayerGroupState& group = doc_.header.layerGroups[g];
+        LayerState state = LayerStateOf(group.state, group.layers[l].state);
+        layer->setIsOff(state.off);
+        layer->setIsFrozen(false);
+        layer->setIsLocked(state.locked);
+        report.created = table->add(id, layer.get()) == Dxad::eOk;
+      }
+      if (report.created) {
+        layer.release()->close();
+        cx.layers[g * 16 + l] = id;
+        ++result.layersCreated;
+      }
+      result.layers.push_back(std::move(report));
+    }
+  }
+  return true;
+}
+
+bool Importer::Place(const DxGeVector3d& offset, const LineTypeLoader& loadLineTypes, ImportResult& result) {
+  if (!cx_) {
+    result.failure = "the layers were not made";
+    return false;
+  }
+  Context& cx = *cx_;
+  cx.offset = offset;
+  result.counts = {};
+
+  // Line types are loaded for block contents too: unlike layers they are shared by name.
   std::array<bool, 10> styleUsed{};
   auto note = [&](const JwwRecordHead& h) {
-    if (int i = LayerIndex(h); i >= 0) used[i] = true;
     if (h.penStyle >= 2 && h.penStyle <= 9) styleUsed[h.penStyle] = true;
   };
   ForEachHead(doc_.entities, note);
   for (const JwwBlockDef& def : doc_.blockDefs) ForEachHead(def.entities, note);
-
-  // Layers.
-  {
-    CDbObjectPtr<DxDbLayerTable> table(db_->layerTableId(), DxDb::kForWrite);
-    if (!table) {
-      result.failure = "the layer table cannot be opened";
-      return false;
-    }
-    table->getIdAt("0", cx.layerZero);
-    for (unsigned g = 0; g < 16; ++g) {
-      for (unsigned l = 0; l < 16; ++l) {
-        if (!used[g * 16 + l]) continue;
-        std::string name = LayerName(doc_.header, g, l);
-        DxDbObjectId id;
-        if (table->getIdAt(name.c_str(), id) == Dxad::eOk) {
-          cx.layers[g * 16 + l] = id;
-          continue;
-        }
-        auto layer = std::make_unique<DxDbLayerTableRecord>();
-        LayerReport report{g, l, name, false};
-        if (layer->setName(name.c_str()) == Dxad::eOk) {
-          const JwwLayerGroupState& group = doc_.header.layerGroups[g];
-          LayerState state = LayerStateOf(group.state, group.layers[l].state);
-          layer->setIsOff(state.off);
-          layer->setIsFrozen(false);
-          layer->setIsLocked(state.locked);
-          report.created = table->add(id, layer.get()) == Dxad::eOk;
-        }
-        if (report.created) {
-          layer.release()->close();
-          cx.layers[g * 16 + l] = id;
-          ++result.layersCreated;
-        }
-        result.layers.push_back(std::move(report));
-      }
-    }
-  }
 
   // Line types: the named ones the drawing lacks are loaded first.
   {

@@ -1,25 +1,21 @@
 #pragma once
-// Puts a JW_CAD drawing into a host drawing: layers, line types, text styles, block
-// definitions and the entities of the drawing, placed at an offset in model space.
-// Nothing is added to the database before Import is called, so a command can ask for
-// the insertion point first and leave the drawing alone when the user cancels.
+// Puts a JW_CAD drawing into a host drawing in two steps: MakeLayers adds the layers the
+// drawing's records use; Place adds line types, text styles, block definitions and the
+// entities of the drawing at an offset in model space. A command asks for the insertion
+// point between the two, so a cancel leaves only the layers behind.
 
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "express/jww/jww_document.h"
+#include "express/jww/jww_translate.h"
 #include "hostapi/db.h"
 
 namespace jww {
-
-// Entities added to model space per record kind, in the order of the summary.
-struct ImportCounts {
-  int lines = 0, circles = 0, dots = 0, texts = 0, solids = 0, dimensions = 0, blocks = 0;
-  bool operator==(const ImportCounts&) const = default;
-};
 
 struct LayerReport {
   unsigned group = 0, layer = 0;
@@ -28,7 +24,7 @@ struct LayerReport {
 };
 
 struct ImportResult {
-  ImportCounts counts;
+  ImportCounts counts;  // entities added to model space
   std::vector<LayerReport> layers;  // new layers only, in group and layer order
   int layersCreated = 0;
   std::string failure;  // why the import as a whole failed; empty on success
@@ -40,10 +36,20 @@ using LineTypeLoader = std::function<void(const std::vector<std::string>& names)
 class Importer {
  public:
   Importer(DxDbDatabase* db, const JwwDocument& doc);
+  ~Importer();
 
-  // Adds everything; model-space entities are moved by `offset`. False when the
-  // import could not be done (result.failure says why).
-  bool Import(const DxGeVector3d& offset, const LineTypeLoader& loadLineTypes, ImportResult& result);
+  // Finds or adds a layer for every JWW layer that a record of the drawing itself lies
+  // on; records inside block definitions make no layer. New layers go to result.layers.
+  bool MakeLayers(ImportResult& result);
+
+  // Adds everything else (after MakeLayers); model-space entities are moved by `offset`.
+  // False when the import could not be done (result.failure says why).
+  bool Place(const DxGeVector3d& offset, const LineTypeLoader& loadLineTypes, ImportResult& result);
+
+  // Both steps at once.
+  bool Import(const DxGeVector3d& offset, const LineTypeLoader& loadLineTypes, ImportResult& result) {
+    return MakeLayers(result) && Place(offset, loadLineTypes, result);
+  }
 
   // Line type an entity keeps when its pen style names none.
   static constexpr const char* kDefaultLineType = "ByLayer";
@@ -52,6 +58,7 @@ class Importer {
   struct Context;
   DxDbDatabase* db_;
   const JwwDocument& doc_;
+  std::unique_ptr<Context> cx_;
 };
 
 }  // namespace jww

@@ -92,6 +92,8 @@ std::optional<CurveGeom> CurveGeomOf(const JwwCircle& c) {
       g.kind = CurveGeom::kCircle;
     } else {
       g.kind = CurveGeom::kArc;
+      // JW_CAD measures the start of a tilted arc from its tilt; adding the tilt keeps
+      // the arc where JW_CAD draws it.
       g.startAngle = from + c.tiltAngle;
       g.endAngle = to + c.tiltAngle;
     }
@@ -204,12 +206,34 @@ std::optional<DimensionGeom> DimensionGeomOf(const JwwMeasure& m, bool extended)
 }
 
 std::string BlockName(const JwwBlockDef& def) {
-  std::string name = def.name.empty() ? "JWWBLOCK" : def.name;
+  // A table name cannot hold < > / \ " : ; ? * | = ` , nor control characters; anything
+  // else, '@' and Japanese text included, is kept as JW_CAD wrote it.
+  std::string name = def.name;
   for (char& c : name)
     if (std::strchr("<>/\\\":;?*|=`,", c) || static_cast<unsigned char>(c) < 0x20) c = '_';
   char number[16];
   std::snprintf(number, sizeof number, "%u", def.number);
   return name + number;
+}
+
+ImportCounts TranslatableCounts(const JwwDocument& doc) {
+  const JwwEntitySet& set = doc.entities;
+  ImportCounts n;
+  auto count = [](const auto& records, auto translates) {
+    return int(std::count_if(records.begin(), records.end(), translates));
+  };
+  n.lines = count(set.lines, [](const JwwLine& l) { return IsFinite(l); });
+  n.circles = count(set.circles, [](const JwwCircle& c) { return CurveGeomOf(c).has_value(); });
+  n.dots = count(set.dots, [](const JwwDot& d) { return IsFinite(d); });
+  n.texts = count(set.texts, [](const JwwText& t) {
+    TextProps p;
+    return !IsPictureText(t.content) && TextPropsOf(t, p);
+  });
+  n.solids = count(set.solids, [](const JwwSolid& s) { return !SolidOutline(s).empty(); });
+  bool extended = JwwHasExtendedLayout(doc.version);
+  n.dimensions = count(set.measures, [&](const JwwMeasure& m) { return DimensionGeomOf(m, extended).has_value(); });
+  n.blocks = count(set.blocks, [&](const JwwBlock& b) { return IsFinite(b) && doc.FindBlockDef(b.blockNumber); });
+  return n;
 }
 
 std::vector<std::uint32_t> InsertionCycleGroups(const JwwDocument& doc) {

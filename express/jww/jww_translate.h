@@ -88,9 +88,21 @@ struct DimensionGeom {
 // nullopt for a dimension line of no length.
 std::optional<DimensionGeom> DimensionGeomOf(const JwwMeasure& measure, bool extended);
 
-// The block name of a definition: its name (characters a table name cannot hold become
-// '_', "JWWBLOCK" when empty) followed by its number.
+// The block name of a definition: its name followed by its number ("door" 1 gives
+// "door1", an empty name just "2"). Only the characters a table name cannot hold are
+// replaced, by '_'.
 std::string BlockName(const JwwBlockDef& def);
+
+// Entities per record kind, in the order of the import's summary.
+struct ImportCounts {
+  int lines = 0, circles = 0, dots = 0, texts = 0, solids = 0, dimensions = 0, blocks = 0;
+  bool operator==(const ImportCounts&) const = default;
+};
+
+// The entities the drawing's own records (not those inside block definitions) translate
+// into, by the same rules the import applies; the summary of an import that was not
+// placed reports these.
+ImportCounts TranslatableCounts(const JwwDocument& doc);
 
 // Groups the definitions (by index in doc.blockDefs) that reach each other through
 // their insertions: an insertion inside a definition of the same group would make a

@@ -373,7 +373,7 @@ TEST(JwwImportBlocks, DefinitionsAreMadeOnceAndInsertionsKeepScaleRotationAndNes
   auto windowLines = d.entities<DxDbLine>(windowId);
   ASSERT_EQ(windowLines.size(), 1u);
   EXPECT_EQ(windowLines[0]->startPoint(), DxGePoint3d(0, 0, 0)) << "block contents are not moved";
-  EXPECT_EQ(windowLines[0]->layer(), "JWW[0][5]") << "block contents keep their layer";
+  EXPECT_EQ(windowLines[0]->layer(), "0") << "a layer used only inside a block is not made";
 
   // Again: the definitions are found, not made a second time or filled twice.
   std::size_t blocks = d.names(d.db->blockTableId()).size();
@@ -381,6 +381,70 @@ TEST(JwwImportBlocks, DefinitionsAreMadeOnceAndInsertionsKeepScaleRotationAndNes
   EXPECT_EQ(d.names(d.db->blockTableId()).size(), blocks);
   EXPECT_EQ(d.entities<DxDbLine>(windowId).size(), 1u);
   EXPECT_EQ(d.entities<DxDbBlockReference>().size(), 2u);
+}
+
+TEST(JwwImportLayers, OnlyTheDrawingsOwnRecordsMakeLayersBlockContentsFindThem) {
+  JwwDocument doc;
+  doc.header.layerNames[0][1] = "walls";
+  doc.header.layerNames[0][3] = "fittings";
+  JwwBlockDef door;
+  door.number = 1;
+  door.name = "door";
+  door.entities.lines = {Line(Head(0, 3), 0, 0, 1, 0), Line(Head(0, 1), 0, 1, 1, 1)};
+  doc.blockDefs = {door};
+  doc.IndexBlockDef(0);
+  JwwBlock ref;
+  ref.head = Head(0, 1);
+  ref.blockNumber = 1;
+  doc.entities.blocks = {ref};
+
+  Drawing d;
+  jww::ImportResult r = d.import(doc);
+  ASSERT_EQ(r.layers.size(), 1u);
+  EXPECT_EQ(r.layers[0].name, "JWW[0][1]walls");
+  DxDbObjectId doorId = d.record(d.db->blockTableId(), "door1");
+  auto inside = d.entities<DxDbLine>(doorId);
+  ASSERT_EQ(inside.size(), 2u);
+  EXPECT_EQ(inside[0]->layer(), "0");
+  EXPECT_EQ(inside[1]->layer(), "JWW[0][1]walls");
+
+  // A drawing that already has the layer (from elsewhere) gets the block contents on it.
+  Drawing other;
+  {
+    DxDbLayerTable* t = nullptr;
+    ASSERT_EQ(other.db->getSymbolTable(t, DxDb::kForWrite), Dxad::eOk);
+    auto* layer = new DxDbLayerTableRecord();
+    layer->setName("JWW[0][3]fittings");
+    ASSERT_EQ(t->add(layer), Dxad::eOk);
+    layer->close();
+    t->close();
+  }
+  r = other.import(doc);
+  EXPECT_EQ(r.layers.size(), 1u);
+  auto found = other.entities<DxDbLine>(other.record(other.db->blockTableId(), "door1"));
+  ASSERT_EQ(found.size(), 2u);
+  EXPECT_EQ(found[0]->layer(), "JWW[0][3]fittings");
+}
+
+TEST(JwwImportSteps, LayersAloneWhenTheDrawingIsNotPlaced) {
+  Drawing d;
+  JwwDocument doc = MakeSampleDocument(700);
+  std::size_t blocks = d.names(d.db->blockTableId()).size();
+  std::size_t styles = d.names(d.db->textStyleTableId()).size();
+  jww::Importer importer(d.db.get(), doc);
+  jww::ImportResult r;
+  ASSERT_TRUE(importer.MakeLayers(r)) << r.failure;
+  EXPECT_TRUE(d.db->openObjects().empty());
+  EXPECT_GT(r.layersCreated, 0);
+  for (const jww::LayerReport& layer : r.layers)
+    EXPECT_FALSE(d.record(d.db->layerTableId(), layer.name.c_str()).isNull()) << layer.name;
+  EXPECT_TRUE(d.entities().empty());
+  EXPECT_EQ(d.names(d.db->blockTableId()).size(), blocks);
+  EXPECT_EQ(d.names(d.db->textStyleTableId()).size(), styles);
+  EXPECT_EQ(r.counts, jww::ImportCounts{});
+
+  jww::Importer unprepared(d.db.get(), doc);
+  EXPECT_FALSE(unprepared.Place({0, 0, 0}, {}, r)) << "placing needs the layers first";
 }
 
 TEST(JwwImportDamage, RecordsWithoutNumbersAreLeftOutAndCountedNot) {
@@ -396,6 +460,7 @@ TEST(JwwImportDamage, RecordsWithoutNumbersAreLeftOutAndCountedNot) {
   doc.entities.blocks = {b};
   jww::ImportResult r = d.import(doc);
   EXPECT_EQ(r.counts, (jww::ImportCounts{2, 0, 0, 0, 0, 0, 0}));
+  EXPECT_EQ(jww::TranslatableCounts(doc), r.counts);
   auto lines = d.entities<DxDbLine>();
   ASSERT_EQ(lines.size(), 2u);
   EXPECT_EQ(lines[1]->layer(), "0") << "a layer number outside the 16 x 16 goes to layer 0";
@@ -407,6 +472,7 @@ TEST(JwwImportSample, TheSampleDocumentImportsWhole) {
   jww::ImportResult r = d.import(doc);
   EXPECT_EQ(r.counts.lines, int(doc.entities.lines.size()));
   EXPECT_EQ(r.counts.dots, int(doc.entities.dots.size()));
+  EXPECT_EQ(r.counts, jww::TranslatableCounts(doc)) << "the summary of a cancelled import counts alike";
   std::size_t entities = d.entities().size();
   EXPECT_EQ(int(entities), r.counts.lines + r.counts.circles + r.counts.dots + r.counts.texts + r.counts.solids +
                                r.counts.dimensions + r.counts.blocks);

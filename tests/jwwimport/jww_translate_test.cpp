@@ -63,9 +63,11 @@ TEST(JwwTranslateNames, BlockNameIsNamePlusNumberWithTableSafeCharacters) {
   EXPECT_EQ(BlockName(def), "2lines@@SfigorgFlag@@4");
   def.name = "a/b:c*d";
   EXPECT_EQ(BlockName(def), "a_b_c_d4");
+  def.name = "扉 (左)";  // blanks, brackets and Japanese text are kept
+  EXPECT_EQ(BlockName(def), "扉 (左)4");
   def.name.clear();
   def.number = 12;
-  EXPECT_EQ(BlockName(def), "JWWBLOCK12");
+  EXPECT_EQ(BlockName(def), "12");
 }
 
 TEST(JwwTranslateLayers, StateFollowsGroupAndLayerStates) {

@@ -48,6 +48,12 @@ def summary_counts(output):
             for m in re.finditer(r"Translated (\d+) (\w+) to entities of DXAD\.", output)}
 
 
+def report_lines(output):
+    lines = [l for l in output.splitlines() if l.startswith(("Created new layer", "Translated"))]
+    assert lines, output
+    return lines
+
+
 def model_counts(doc):
     counts = {}
     for e in doc.modelspace():
@@ -101,9 +107,12 @@ class Import(unittest.TestCase):
     def check_layers_and_properties(self, doc, output):
         created = re.findall(r"Created new layer\((.*?)\) in DXAD relating to layer\[(\d+)\] of grouplayer\[(\d+)\]",
                              output)
+        on_layers = {e.dxf.layer for e in doc.modelspace()}
         for name, layer, group in created:
             self.assertTrue(name.startswith(f"JWW[{group}][{layer}]"), name)
             self.assertIn(name, doc.layers)
+            # Only the drawing's own records make layers, not block contents.
+            self.assertIn(name, on_layers)
         if created:
             self.assertIn(f"Translated {len(created)} layers of JWCAD to layers of DXAD.", output)
         for e in doc.modelspace():
@@ -128,6 +137,12 @@ class Import(unittest.TestCase):
                 doc = self.read_clean(dxf)
                 self.check_summary(doc, output)
                 self.check_layers_and_properties(doc, output)
+                # Without an insertion point: the same report, layers but no entity.
+                cancelled, cancel_output = self.convert(jww, point="^C", name="cancelled.dxf")
+                self.assertEqual(report_lines(cancel_output), report_lines(output))
+                cancelled_doc = self.read_clean(cancelled)
+                self.assertEqual(len(cancelled_doc.modelspace()), 0)
+                self.assertEqual({l.dxf.name for l in cancelled_doc.layers}, {l.dxf.name for l in doc.layers})
 
     def test_test1_layers_colours_line_types_and_japanese_text(self):
         jww = next((f for f in self.shared_files() if f.endswith("Test1.jww")), None)
@@ -328,15 +343,44 @@ class Import(unittest.TestCase):
         named = lambda d: sorted(b.name for b in d.blocks if not b.name.startswith("*"))
         self.assertEqual(named(doc), named(once_doc))
 
-    def test_cancel_at_the_insertion_point_changes_nothing(self):
+    def test_no_insertion_point_adds_no_entity_but_reports_and_keeps_the_layers(self):
         jww = self.make("example")
+        _, placed = self.convert(jww, name="placed.dxf")
         base = self.path("base.dxf")
         self.assertEqual(draxel("-o", base).returncode, 0)
-        out = self.path("cancel.dxf")
-        r = draxel(base, "-c", f'FILEIMP "{jww}" ^C', "-o", out)
+        for answer in ("^C", '""'):
+            with self.subTest(answer=answer):
+                out = self.path("cancel.dxf")
+                r = draxel(base, "-c", f'FILEIMP "{jww}" {answer}', "-o", out)
+                self.assertEqual(r.returncode, 0, r.stderr)
+                # The same report as a placed import: layers first, then the counts.
+                self.assertEqual(report_lines(r.stdout), report_lines(placed))
+                doc = self.read_clean(out)
+                self.assertEqual(len(doc.modelspace()), 0)
+                self.assertEqual([b.name for b in doc.blocks if not b.name.startswith("*")], [])
+                created = re.findall(r"Created new layer\((.*?)\)", r.stdout)
+                self.assertTrue(created)
+                self.assertEqual(sorted(created), sorted(l.dxf.name for l in doc.layers if l.dxf.name.startswith("JWW[")))
+        # One U takes the layers back too.
+        out = self.path("undone.dxf")
+        r = draxel(base, "-c", f'FILEIMP "{jww}" ^C', "-c", "U", "-o", out)
         self.assertEqual(r.returncode, 0, r.stderr)
-        self.assertNotIn("Translated", r.stdout)
         self.same(base, out)
+
+    def test_blocks_are_named_by_name_and_number_and_make_no_layer_of_their_own(self):
+        jww = self.make("blocks")
+        dxf, output = self.convert(jww)
+        doc = self.read_clean(dxf)
+        self.check_summary(doc, output)
+        # Layer 3 ("建具") is used only inside the door: no layer, its pieces on "0".
+        self.assertEqual(re.findall(r"Created new layer\((.*?)\)", output), ["JWW[0][1]壁"])
+        self.assertIn("Translated 1 layers of JWCAD to layers of DXAD.", output)
+        self.assertNotIn("JWW[0][3]建具", doc.layers)
+        self.assertEqual(sorted(e.dxf.name for e in doc.modelspace().query("INSERT")), ["2", "door1"])
+        door = doc.blocks.get("door1")
+        self.assertEqual(sorted((e.dxftype(), e.dxf.layer) for e in door),
+                         [("ARC", "0"), ("LINE", "0"), ("LINE", "JWW[0][1]壁")])
+        self.assertEqual([e.dxf.layer for e in doc.blocks.get("2")], ["JWW[0][1]壁"])
 
     def test_bad_files_give_their_message_and_change_nothing(self):
         jww = self.make("example")

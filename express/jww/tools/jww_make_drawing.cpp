@@ -4,11 +4,15 @@
 //                                       furniture blocks, texts, dimensions, fills
 //   jww_make_drawing geometry OUT.jww   one record of each shape with known numbers,
 //                                       which the import tests look for in the result
+//   jww_make_drawing blocks OUT.jww     two block definitions, one named and one not, with
+//                                       a layer that only the named one uses
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <numbers>
 #include <string>
+#include <utility>
 
 #include "express/jww/jww_file_writer.h"
 #include "express/jww/jww_record_make.h"
@@ -202,14 +206,37 @@ JwwDocument Geometry() {
   return doc;
 }
 
+JwwDocument Blocks() {
+  JwwDocument doc;
+  doc.version = 700;
+  doc.header.layerNames[0][1] = "壁";
+  doc.header.layerNames[0][3] = "建具";
+  JwwEntitySet door;
+  door.lines = {Line(Head(0, 3), 0, 0, 900, 0), Line(Head(0, 1), 0, 0, 0, 900)};
+  door.circles = {Arc(Head(0, 3), 0, 0, 900, 0, kPi / 2)};
+  AddDefinition(doc, 1, "door", door);
+  JwwEntitySet unnamed;
+  unnamed.lines = {Line(Head(0, 1), 0, 0, 100, 100)};
+  AddDefinition(doc, 2, "", unnamed);
+  JwwEntitySet& e = doc.entities;
+  e.lines = {Line(Head(0, 1), 0, 0, 5000, 0), Line(Head(0, 1), 0, 0, 0, 3000)};
+  e.blocks = {Insert(Head(0, 1), 1, 1000, 0), Insert(Head(0, 1), 2, 2000, 0)};
+  return doc;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc != 3 || (std::strcmp(argv[1], "example") != 0 && std::strcmp(argv[1], "geometry") != 0)) {
-    std::fprintf(stderr, "usage: %s example|geometry OUT.jww\n", argv[0]);
+  const std::pair<const char*, JwwDocument (*)()> kinds[] = {
+      {"example", Example}, {"geometry", Geometry}, {"blocks", Blocks}};
+  auto kind = argc == 3 ? std::find_if(std::begin(kinds), std::end(kinds),
+                                       [&](const auto& k) { return std::strcmp(argv[1], k.first) == 0; })
+                        : std::end(kinds);
+  if (kind == std::end(kinds)) {
+    std::fprintf(stderr, "usage: %s example|geometry|blocks OUT.jww\n", argv[0]);
     return 2;
   }
-  JwwDocument doc = std::strcmp(argv[1], "example") == 0 ? Example() : Geometry();
+  JwwDocument doc = kind->second();
   JwwWriteOptions options;
   options.unicodeStrings = doc.version >= 700;
   JwwFileWriter writer(options);
