@@ -874,6 +874,9 @@ class DxDbDimension : public DxDbEntity {
   Dxad::ErrorStatus transformBy(const DxGeMatrix3d& xform) override;
   Dxad::ErrorStatus getGeomExtents(DxGePoint3d&, DxGePoint3d&) const override;
   Dxad::ErrorStatus explode(std::vector<DxDbEntity*>& pieces) const override;
+  // Rebuilds the block of a rotated or aligned dimension from its points and its style
+  // (open for write); eNotApplicable for other kinds, whose block stays as it is.
+  Dxad::ErrorStatus recomputeDimBlock(bool forceUpdate = true);
 
  protected:
   friend struct dx::db::Access;

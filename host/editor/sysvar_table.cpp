@@ -38,6 +38,7 @@ std::vector<VarDef> buildTable() {
       {"CHAMFERA", R(0), D},
       {"CLAYER", T("0"), D},
       {"CMDACTIVE", S(0), C},
+      {"CMDDIA", S(1), 0, 0, 1},
       {"CMDECHO", S(1), 0, 0, 1},
       {"CMDNAMES", T(""), C},
       {"CTAB", T("Model"), C},

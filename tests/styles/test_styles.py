@@ -1,0 +1,294 @@
+#!/usr/bin/python3
+"""dimex, dimim (and the linetype and break-line tools) as a user runs them: draxel with
+express.drx on drawings made here with ezdxf, scripts answering every prompt, results
+read back with ezdxf.
+
+Environment: DRAXEL, EXPRESS (express.drx), DX_SHARED_DATA.
+"""
+
+import os
+import re
+import subprocess
+import tempfile
+import unittest
+
+import ezdxf
+
+DRAXEL = os.environ.get("DRAXEL", "draxel")
+EXPRESS = os.environ.get("EXPRESS", "express.drx")
+
+REAL_NAMES = {"DIMSCALE", "DIMASZ", "DIMEXO", "DIMDLI", "DIMEXE", "DIMRND", "DIMDLE", "DIMTP", "DIMTM",
+              "DIMTXT", "DIMCEN", "DIMTSZ", "DIMALTF", "DIMLFAC", "DIMTVP", "DIMTFAC", "DIMGAP", "DIMALTRND",
+              "DIMTXT_TXTSIZE", "DIMTXT_XSCALE", "DIMTXT_OANGLE", "DIMTXT_PRIORSIZE"}
+REF_ATTRIBS = {"dimtxsty_handle": "STYLE", "dimblk_handle": "BLOCK_RECORD", "dimblk1_handle": "BLOCK_RECORD",
+               "dimblk2_handle": "BLOCK_RECORD", "dimldrblk_handle": "BLOCK_RECORD"}
+
+
+class Session(unittest.TestCase):
+    def setUp(self):
+        self.tmpdir = tempfile.TemporaryDirectory()
+        self.tmp = self.tmpdir.name
+        self.appdir = os.path.join(self.tmp, "app")
+        os.makedirs(self.appdir)
+
+    def tearDown(self):
+        self.tmpdir.cleanup()
+
+    def path(self, name):
+        return os.path.join(self.tmp, name)
+
+    def run_script(self, drawing, text, out="out.dxf", expect_ok=True):
+        scr = self.path("run.scr")
+        with open(scr, "w") as f:
+            f.write(text)
+        out = self.path(out)
+        env = dict(os.environ, DRAXEL_APPDIR=self.appdir, DRAXEL_PROFILE=os.path.join(self.appdir, "profile.ini"))
+        r = subprocess.run([DRAXEL, drawing, "--load", EXPRESS, "-s", scr, "-o", out],
+                           capture_output=True, text=True, timeout=300, env=env, cwd=self.tmp)
+        if expect_ok:
+            self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+            self.assertNotIn("open", r.stderr.lower(), r.stderr)
+        self.stdout = r.stdout
+        return ezdxf.readfile(out) if r.returncode == 0 else None
+
+
+def style_drawing(path):
+    """Two dimension styles with texts, arrows and reals of every form, a text style
+    with full information, and a dimension of each style."""
+    doc = ezdxf.new("R2018", setup=True)
+    doc.styles.add("NARROW", font="DejaVuSans.ttf").dxf.width = 0.8
+    doc.styles.get("NARROW").dxf.oblique = 12.5
+    doc.styles.get("NARROW").dxf.height = 0.0
+    a = doc.dimstyles.new("arch-1")
+    a.dxf.dimpost = ""
+    a.dxf.dimapost = "in"
+    a.dxf.dimtxt = 3.5
+    a.dxf.dimasz = 1.75
+    a.dxf.dimscale = 2.0
+    a.dxf.dimexo = 0.625
+    a.dxf.dimgap = 0.3
+    a.dxf.dimdec = 3
+    a.dxf.dimtad = 1
+    a.dxf.dimzin = 8
+    a.dxf.dimclrd = 1
+    a.dxf.dimtxsty = "NARROW"
+    a.set_arrows(blk="DOT")
+    b = doc.dimstyles.new("Metric")
+    b.dxf.dimtxt = 2.5
+    b.dxf.dimlfac = 10.0
+    b.dxf.dimsah = 1
+    b.set_arrows(blk1="OPEN30", blk2="ARCHTICK")
+    msp = doc.modelspace()
+    d = msp.add_linear_dim(base=(0, 10), p1=(0, 0), p2=(40, 0), dimstyle="arch-1")
+    d.render()
+    msp.add_aligned_dim(p1=(0, 20), p2=(30, 60), distance=5, dimstyle="Metric").render()
+    doc.saveas(path)
+    return doc
+
+
+def name_of(doc, handle):
+    if not handle or handle == "0":
+        return ""
+    e = doc.entitydb.get(handle)
+    return e.dxf.name if e is not None else ""
+
+
+FILE_CODES = set(range(3, 8)) | set(range(40, 49)) | set(range(140, 149)) | set(range(71, 80)) | \
+    set(range(170, 180)) | set(range(270, 290)) | set(range(340, 345))
+
+
+def comparable(doc, style):
+    """A dimension style's variables that the file carries, with references as the names
+    they point to."""
+    out = {}
+    for key, value in style.dxf.all_existing_dxf_attribs().items():
+        attrib = style.DXFATTRIBS.get(key)
+        if attrib is None or attrib.code not in FILE_CODES or key == "handle":
+            continue
+        if key in REF_ATTRIBS:
+            value = name_of(doc, value).upper()
+        if isinstance(value, float):
+            value = round(value, 6)
+        elif isinstance(value, str):
+            value = value.upper()  # block names, as the drawing spells them
+        out[key] = value
+    return out
+
+
+def dim_lines(path):
+    with open(path, "rb") as f:
+        raw = f.read()
+    return raw
+
+
+class DimensionStyles(Session):
+    def export(self, doc_path, script="CMDDIA 0\nFILEDIA 0\nDIMEX * Y styles.dim\n"):
+        self.run_script(doc_path, script)
+        return dim_lines(self.path("styles.dim"))
+
+    def test_export_writes_every_style_as_crlf_lines_in_the_file_format(self):
+        src = self.path("styles.dxf")
+        doc = style_drawing(src)
+        raw = self.export(src)
+        self.assertNotIn(b"\n", raw.replace(b"\r\n", b""), "every line ends in CR LF")
+        text = raw.decode()
+        blocks = re.findall(r"DIMENSION_STYLE_NAME (.*?)\r\n(.*?)END_OF_STYLE (.*?)\r\n\r\n", text, re.S)
+        names = [b[0] for b in blocks]
+        self.assertEqual(sorted(names), sorted(s.dxf.name.upper() for s in doc.dimstyles))
+        self.assertEqual([b[2] for b in blocks if b[0] == "ARCH-1"], ["arch-1"])
+        body = dict(blocks_by_name(blocks))["ARCH-1"]
+        lines = body.split("\r\n")[:-1]
+        values = dict(line.split(" ", 1) for line in lines if " " in line)
+        self.assertEqual(values["DIMTXT"], "3.500000")
+        self.assertEqual(values["DIMDEC"], "3")
+        self.assertEqual(values["DIMBLK"], "_DOT")
+        self.assertEqual(values["DIMTXSTY"], "NARROW")
+        for name, value in values.items():
+            if name in REAL_NAMES:
+                self.assertRegex(value, r"^-?\d+\.\d{6}$", name)
+        # The full text style group follows its name line, in the record's group order.
+        at = lines.index("DIMTXSTY NARROW")
+        self.assertEqual(lines[at + 1], "DIMTXT_FULLINFO 1")
+        group = [line.split(" ")[0] for line in lines[at + 2:lines.index("END_DIMTXT ")]]
+        self.assertEqual(group, ["DIMTXT_ISVERTICAL", "DIMTXT_TXTSIZE", "DIMTXT_XSCALE", "DIMTXT_OANGLE",
+                                 "DIMTXT_FLAGS", "DIMTXT_PRIORSIZE", "DIMTXT_FILENAME", "DIMTXT_BIGFILE"])
+        self.assertEqual(values["DIMTXT_XSCALE"], "0.800000")
+        self.assertEqual(values["DIMTXT_FILENAME"], "DejaVuSans.ttf")
+        self.assertEqual(values["DIMTXT_BIGFILE"], ".")
+
+    def test_only_the_chosen_styles_and_no_text_style_information(self):
+        src = self.path("styles.dxf")
+        style_drawing(src)
+        text = self.export(src, "CMDDIA 0\nFILEDIA 0\nDIMEX ARCH* N styles.dim\n").decode()
+        self.assertEqual(re.findall(r"DIMENSION_STYLE_NAME (.*)\r\n", text), ["ARCH-1"])
+        self.assertIn("DIMTXSTY NARROW\r\nDIMTXT_FULLINFO 0\r\n", text)
+        self.assertNotIn("DIMTXT_XSCALE", text)
+
+    def test_imported_styles_read_back_equal_in_a_new_drawing(self):
+        src = self.path("styles.dxf")
+        doc = style_drawing(src)
+        self.export(src)
+        empty = self.path("empty.dxf")
+        ezdxf.new("R2018").saveas(empty)
+        out = self.run_script(empty, "CMDDIA 0\nFILEDIA 0\nDIMIM styles.dim *\n")
+        self.assertIn("dimension style(s) imported", self.stdout)
+        written = ezdxf.readfile(src)  # as the file holds them
+        for style in written.dimstyles:
+            got = out.dimstyles.get(style.dxf.name)
+            self.assertIsNotNone(got, style.dxf.name)
+            want = comparable(written, style)
+            have = comparable(out, got)
+            self.assertEqual({k: have.get(k) for k in want}, want, style.dxf.name)
+        narrow = out.styles.get("NARROW")
+        self.assertAlmostEqual(narrow.dxf.width, 0.8)
+        self.assertAlmostEqual(narrow.dxf.oblique, 12.5, places=4)  # kept in radians, six decimals
+        self.assertEqual(narrow.dxf.font, "DejaVuSans.ttf")
+        # The arrow blocks the styles name were made, with something in them.
+        for name in ("_DOT", "_OPEN30", "_ARCHTICK"):
+            self.assertIn(name, [b.name.upper() for b in out.blocks])
+            self.assertGreater(len(out.blocks.get(name)), 0, name)
+
+    def test_import_overwrites_a_style_and_regenerates_its_dimensions(self):
+        src = self.path("styles.dxf")
+        style_drawing(src)
+        # The file: the style with another text height, and a name this version ignores.
+        with open(self.path("new.dim"), "wb") as f:
+            f.write(b"DIMENSION_STYLE_NAME ARCH-1\r\nDIMTXT 5.000000\r\nDIMFROBNICATE 3\r\n"
+                    b"DIMSCALE 1.000000\r\nDIMDEC 1\r\nEND_OF_STYLE ARCH-1\r\n\r\n")
+        doc = ezdxf.readfile(src)
+        # A dimension of the style inside a block definition is regenerated too.
+        blk = doc.blocks.new("DETAIL")
+        blk.add_linear_dim(base=(0, 5), p1=(0, 0), p2=(12, 0), dimstyle="arch-1").render()
+        doc.modelspace().add_blockref("DETAIL", (100, 100))
+        doc.saveas(src)
+        before = ezdxf.readfile(src)
+        metric_block = before.modelspace().query("DIMENSION")[1].dxf.geometry
+        metric_before = sorted(e.dxftype() for e in before.blocks.get(metric_block))
+        out = self.run_script(src, "CMDDIA 0\nFILEDIA 0\nDIMIM new.dim ARCH-1\n")
+        self.assertIn("2 dimension(s) regenerated", self.stdout)
+        style = out.dimstyles.get("arch-1")
+        self.assertAlmostEqual(style.dxf.dimtxt, 5.0)
+        self.assertEqual(style.dxf.dimdec, 1)
+        self.assertAlmostEqual(style.dxf.dimasz, 1.75, msg="variables the file leaves out stay")
+        dims = list(out.modelspace().query("DIMENSION")) + list(out.blocks.get("DETAIL").query("DIMENSION"))
+        for dim in dims:
+            if dim.dxf.dimstyle.upper() != "ARCH-1":
+                continue
+            texts = out.blocks.get(dim.dxf.geometry).query("MTEXT")
+            self.assertEqual(len(texts), 1)
+            self.assertAlmostEqual(texts[0].dxf.char_height, 5.0)
+            self.assertIn(texts[0].text, ("40", "12"))  # one decimal, trailing zeros suppressed
+        # The other style's dimension keeps its block.
+        metric = [d for d in out.modelspace().query("DIMENSION") if d.dxf.dimstyle == "Metric"][0]
+        self.assertEqual(sorted(e.dxftype() for e in out.blocks.get(metric.dxf.geometry)), metric_before)
+
+    def test_regenerated_block_follows_the_points_and_the_style(self):
+        doc = ezdxf.new("R2018", setup=True)
+        st = doc.dimstyles.new("T")
+        st.dxf.dimtxt = 2.0
+        st.dxf.dimasz = 1.0
+        st.dxf.dimexo = 0.5
+        st.dxf.dimexe = 1.5
+        st.dxf.dimgap = 0.5
+        st.dxf.dimtad = 1
+        st.dxf.dimtih = 0
+        st.dxf.dimdec = 1
+        st.dxf.dimlfac = 2.0
+        doc.modelspace().add_linear_dim(base=(0, 10), p1=(0, 0), p2=(40, 0), dimstyle="T").render()
+        src = self.path("one.dxf")
+        doc.saveas(src)
+        with open(self.path("t.dim"), "wb") as f:
+            f.write(b"DIMENSION_STYLE_NAME T\r\nDIMTXT 4.000000\r\nDIMPOST <> mm\r\nDIMZIN 0\r\n"
+                    b"DIMDEC 2\r\nDIMDSEP 46\r\nDIMAPOST .\r\nEND_OF_STYLE T\r\n\r\n")
+        out = self.run_script(src, "CMDDIA 0\nFILEDIA 0\nDIMIM t.dim *\nDIMEX T Y back.dim\n")
+        # An empty text goes out as a single dot.
+        back = dim_lines(self.path("back.dim"))
+        self.assertIn(b"\r\nDIMAPOST .\r\n", back)
+        self.assertIn(b"\r\nDIMPOST <> mm\r\n", back)
+        dim = out.modelspace().query("DIMENSION")[0]
+        block = out.blocks.get(dim.dxf.geometry)
+        text = block.query("MTEXT")[0]
+        self.assertEqual(text.text, "80.00 mm")
+        self.assertAlmostEqual(text.dxf.char_height, 4.0)
+        # Above the line: half the height and the gap over y = 10, centred.
+        self.assertAlmostEqual(text.dxf.insert.x, 20)
+        self.assertAlmostEqual(text.dxf.insert.y, 10 + 2.0 + 0.5)
+        lines = [(round(e.dxf.start.x, 6), round(e.dxf.start.y, 6), round(e.dxf.end.x, 6), round(e.dxf.end.y, 6))
+                 for e in block.query("LINE")]
+        self.assertIn((0, 0.5, 0, 11.5), lines)    # extension lines: offset and extension
+        self.assertIn((40, 0.5, 40, 11.5), lines)
+        self.assertIn((0, 10, 40, 10), lines)      # the dimension line
+        self.assertEqual(len(block.query("SOLID")), 2)  # closed filled arrows
+        self.assertAlmostEqual(dim.dxf.actual_measurement, 80.0)
+
+    def test_missing_file_is_reported_and_nothing_changes(self):
+        src = self.path("styles.dxf")
+        style_drawing(src)
+        out = self.run_script(src, "CMDDIA 0\nFILEDIA 0\nDIMIM nowhere.dim\n")
+        self.assertIn("Cannot open file nowhere.dim", self.stdout)
+        self.assertEqual(sorted(s.dxf.name for s in out.dimstyles),
+                         sorted(s.dxf.name for s in ezdxf.readfile(src).dimstyles))
+
+    def test_forms_export_and_import_when_dialogs_are_on(self):
+        src = self.path("styles.dxf")
+        style_drawing(src)
+        dim = self.path("form.dim")
+        # Export form: styles field, file field, then OK.
+        self.run_script(src, f"DIMEX 1 METRIC 2 {dim}\n\n")
+        text = dim_lines(dim).decode()
+        self.assertEqual(re.findall(r"DIMENSION_STYLE_NAME (.*)\r\n", text), ["METRIC"])
+        empty = self.path("empty.dxf")
+        ezdxf.new("R2018").saveas(empty)
+        out = self.run_script(empty, f"FILEDIA 0\nDIMIM {dim}\n\n")
+        self.assertAlmostEqual(out.dimstyles.get("METRIC").dxf.dimlfac, 10.0)
+        # A cancelled form imports nothing.
+        out = self.run_script(empty, f"FILEDIA 0\nDIMIM {dim} C\n")
+        self.assertFalse(out.dimstyles.has_entry("METRIC"))
+
+
+def blocks_by_name(blocks):
+    return [(b[0], b[1]) for b in blocks]
+
+
+if __name__ == "__main__":
+    unittest.main()
