@@ -105,6 +105,7 @@ void addEntity(const Frame& f, const dx_name ename, std::vector<PatternPiece>& o
     e.kind = text ? PatternElement::kText : PatternElement::kShape;
     e.body = groupText(list.get(), text ? 1 : 2);
     e.style = text ? groupText(list.get(), 7) : shapeStyle();
+    if (text && e.style.empty()) e.style = "Standard";  // the list leaves the default style out
     e.scale = text ? realOf(list.get(), 40) / styleHeight(e.style) : realOf(list.get(), 40, 1);
     e.rotationDeg = linRotationDegrees(realOf(list.get(), 50), 0, f.direction);
     e.y = f.across(at);

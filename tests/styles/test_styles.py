@@ -286,6 +286,96 @@ class DimensionStyles(Session):
         self.assertFalse(out.dimstyles.has_entry("METRIC"))
 
 
+def ltype_tags(doc, name):
+    return [(t.code, t.value) for t in doc.linetypes.get(name).pattern_tags.tags]
+
+
+class MakeLinetype(Session):
+    def fence_drawing(self, extra=()):
+        doc = ezdxf.new("R2018")
+        msp = doc.modelspace()
+        msp.add_line((0, 0), (8, 0))
+        msp.add_line((12, 0), (20, 0))
+        msp.add_text("x", height=2.5, dxfattribs={"insert": (10, -1.25), "style": "Standard"})
+        for e in extra:
+            e(msp)
+        path = self.path("fence.dxf")
+        doc.saveas(path)
+        return path
+
+    def test_pattern_of_dashes_gaps_and_text_written_and_loaded(self):
+        src = self.fence_drawing([lambda m: m.add_point((22, 0.5))])
+        out = self.run_script(src, 'FILEDIA 0\nMKLTYPE my.lin FENCE "fence --x--" 0,0 25,0 W -1,-5 26,5 ""\n'
+                                   'LINE 0,0 10,0 ""\n')
+        with open(self.path("my.lin"), "rb") as f:
+            lin = f.read().decode()
+        self.assertEqual(lin, '*FENCE,fence --x--\nA,8,["x",Standard,S=2.5,R=-360,X=2,Y=-1.25],-4,8,-2,0,-3\n')
+        self.assertIn("Linetype FENCE created and loaded.", self.stdout)
+        tags = ltype_tags(out, "FENCE")
+        self.assertEqual([v for c, v in tags if c == 49], [8, -4, 8, -2, 0, -3])
+        self.assertIn((74, 2), tags)
+        self.assertIn((9, "x"), tags)
+        self.assertIn((44, 2.0), tags)
+        self.assertIn((45, -1.25), tags)
+        self.assertIn((46, 2.5), tags)
+        self.assertEqual(out.linetypes.get("FENCE").dxf.description, "fence --x--")
+        # The coordinate system is back as it was: the line drawn afterwards runs along x.
+        line = out.modelspace().query("LINE")[-1]
+        self.assertAlmostEqual(line.dxf.end.x, 10)
+        self.assertAlmostEqual(line.dxf.end.y, 0)
+
+    def test_along_a_turned_line_the_pattern_is_measured_in_its_direction(self):
+        doc = ezdxf.new("R2018")
+        msp = doc.modelspace()
+        msp.add_line((0, 0), (3, 4))
+        msp.add_line((6, 8), (9, 12))
+        src = self.path("turned.dxf")
+        doc.saveas(src)
+        out = self.run_script(src, "FILEDIA 0\nMKLTYPE t.lin TURNED . 0,0 9,12 C -1,-1 10,13 \"\"\n")
+        with open(self.path("t.lin")) as f:
+            self.assertEqual(f.read().splitlines()[1], "A,5,-5,5")
+        self.assertEqual([v for c, v in ltype_tags(out, "TURNED") if c == 49], [5, -5, 5])
+
+    def test_redefining_asks_and_no_keeps_the_file(self):
+        src = self.fence_drawing()
+        with open(self.path("my.lin"), "w") as f:
+            f.write(";; kept\n*FENCE,old\nA,1,-1\n*OTHER,other\nA,2,-2\n")
+        self.run_script(src, "FILEDIA 0\nMKLTYPE my.lin FENCE N\n")
+        self.assertIn("Operation ignored.", self.stdout)
+        with open(self.path("my.lin")) as f:
+            self.assertIn("*FENCE,old\nA,1,-1\n", f.read())
+        out = self.run_script(src, 'FILEDIA 0\nMKLTYPE my.lin FENCE Y new 0,0 20,0 W -1,-5 21,5 ""\n'
+                                   'MKLTYPE my.lin FENCE Y newer 0,0 20,0 W -1,-5 21,5 ""\n')
+        self.assertIn("Linetype FENCE created and loaded.", self.stdout)
+        self.assertIn("Linetype FENCE redefined and loaded.", self.stdout)
+        with open(self.path("my.lin")) as f:
+            text = f.read()
+        self.assertTrue(text.startswith(";; kept\n*FENCE,newer\nA,8,"), text)
+        self.assertTrue(text.endswith("*OTHER,other\nA,2,-2\n"), text)
+        self.assertEqual(out.linetypes.get("FENCE").dxf.description, "newer")
+
+    def test_refusals_bad_name_continuous_and_too_many_segments(self):
+        src = self.fence_drawing()
+        # A forbidden character is refused and the name asked again.
+        self.run_script(src, 'FILEDIA 0\nMKLTYPE a.lin "A,B" GOOD . 0,0 20,0 W -1,-5 21,5 ""\n')
+        self.assertIn("Invalid linetype name.", self.stdout)
+        with open(self.path("a.lin")) as f:
+            self.assertTrue(f.read().startswith("*GOOD,.\n"))
+        # One line over the whole length is a continuous line.
+        out = self.run_script(src, 'FILEDIA 0\nMKLTYPE b.lin SOLIDLINE . 0,0 8,0 W -1,-1 9,1 ""\n')
+        self.assertIn("continuous linetype", self.stdout)
+        self.assertFalse(os.path.exists(self.path("b.lin")))
+        self.assertFalse(out.linetypes.has_entry("SOLIDLINE"))
+        doc = ezdxf.new("R2018")
+        for i in range(8):
+            doc.modelspace().add_line((2 * i, 0), (2 * i + 1, 0))
+        many = self.path("many.dxf")
+        doc.saveas(many)
+        self.run_script(many, 'FILEDIA 0\nMKLTYPE c.lin MANY . 0,0 16,0 W -1,-1 17,1 ""\n')
+        self.assertIn("too many segments", self.stdout)
+        self.assertFalse(os.path.exists(self.path("c.lin")))
+
+
 def blocks_by_name(blocks):
     return [(b[0], b[1]) for b in blocks]
 
