@@ -261,6 +261,10 @@ int dxedTextBox(const resbuf* textEnt, dx_point p1, dx_point p2);
 // display), an RTENAME (entity OCS) or an RT3DPOINT (extrusion). disp non-zero: vector.
 int dxedTrans(const dx_point pt, const resbuf* from, const resbuf* to, int disp,
               dx_point result);
+// Object snap of a point (UCS) with the modes named in mode ("nea", "mid", "end", comma
+// separated): the closest such point of the entities within the aperture, in UCS.
+// RTNORM, or RTERROR when nothing is near.
+int dxedOsnap(const dx_point pt, const char* mode, dx_point result);
 // Units: 1 scientific, 2 decimal, 3 engineering, 4 architectural, 5 fractional; -1 for
 // LUNITS/LUPREC.
 int dxdbRToS(double val, int unit, int prec, char* str, size_t bufLen = 128);
