@@ -59,19 +59,9 @@ def style_drawing(path):
     doc.styles.add("NARROW", font="DejaVuSans.ttf").dxf.width = 0.8
     doc.styles.get("NARROW").dxf.oblique = 12.5
     doc.styles.get("NARROW").dxf.height = 0.0
-    a = doc.dimstyles.new("arch-1")
-    a.dxf.dimpost = ""
-    a.dxf.dimapost = "in"
-    a.dxf.dimtxt = 3.5
-    a.dxf.dimasz = 1.75
-    a.dxf.dimscale = 2.0
-    a.dxf.dimexo = 0.625
-    a.dxf.dimgap = 0.3
-    a.dxf.dimdec = 3
-    a.dxf.dimtad = 1
-    a.dxf.dimzin = 8
-    a.dxf.dimclrd = 1
-    a.dxf.dimtxsty = "NARROW"
+    a = doc.dimstyles.new("arch-1", dxfattribs={
+        "dimtxt": 3.5, "dimasz": 1.75, "dimscale": 2.0, "dimexo": 0.625, "dimgap": 0.3, "dimdec": 3,
+        "dimtad": 1, "dimzin": 8, "dimclrd": 1, "dimtxsty": "NARROW"})
     a.set_arrows(blk="DOT")
     b = doc.dimstyles.new("Metric")
     b.dxf.dimtxt = 2.5
@@ -224,16 +214,8 @@ class DimensionStyles(Session):
 
     def test_regenerated_block_follows_the_points_and_the_style(self):
         doc = ezdxf.new("R2018", setup=True)
-        st = doc.dimstyles.new("T")
-        st.dxf.dimtxt = 2.0
-        st.dxf.dimasz = 1.0
-        st.dxf.dimexo = 0.5
-        st.dxf.dimexe = 1.5
-        st.dxf.dimgap = 0.5
-        st.dxf.dimtad = 1
-        st.dxf.dimtih = 0
-        st.dxf.dimdec = 1
-        st.dxf.dimlfac = 2.0
+        doc.dimstyles.new("T", dxfattribs={"dimtxt": 2.0, "dimasz": 1.0, "dimexo": 0.5, "dimexe": 1.5, "dimgap": 0.5,
+                                            "dimtad": 1, "dimtih": 0, "dimdec": 1, "dimlfac": 2.0})
         doc.modelspace().add_linear_dim(base=(0, 10), p1=(0, 0), p2=(40, 0), dimstyle="T").render()
         src = self.path("one.dxf")
         doc.saveas(src)
