@@ -8,6 +8,7 @@ Environment: DRAXEL, EXPRESS (express.drx), DX_SHARED_DATA.
 
 import os
 import re
+import struct
 import subprocess
 import tempfile
 import unittest
@@ -356,6 +357,42 @@ class MakeLinetype(Session):
         self.run_script(many, 'FILEDIA 0\nMKLTYPE c.lin MANY . 0,0 16,0 W -1,-1 17,1 ""\n')
         self.assertIn("too many segments", self.stdout)
         self.assertFalse(os.path.exists(self.path("c.lin")))
+
+
+class LoadComplexLinetypes(Session):
+    def test_text_and_shape_elements_are_kept_as_the_dxf_reference_lays_them_out(self):
+        # A compiled shape file with two shapes, and the source of another one.
+        shapes = [(131, b"BOX\x00\x01\x10\x00"), (132, b"TRACK1\x00\x01\x14\x00")]
+        shx = b"AutoCAD-86 shapes 1.0\r\n\x1a" + struct.pack("<HHH", 131, 132, len(shapes))
+        shx += b"".join(struct.pack("<HH", n, len(d)) for n, d in shapes) + b"".join(d for _, d in shapes)
+        with open(self.path("shapes.shx"), "wb") as f:
+            f.write(shx)
+        with open(self.path("srconly.shp"), "w") as f:
+            f.write("*200,4,ZIG\n014,010,01C,0\n")
+        with open(self.path("complex.lin"), "w") as f:
+            f.write("*TRACKS,tracks\nA,.25,-.2,[TRACK1,shapes.shx,S=.25,R=90,X=-.1,Y=.1],-.2\n"
+                    "*ZIGS,zigs\nA,1,[ZIG,srconly.shx,S=2],-1\n"
+                    '*GAS,gas\nA,.5,-.2,["GAS",STANDARD,S=.1,R=0.0,X=-0.1,Y=-.05],-.25\n'
+                    "*MISSING,missing\nA,1,[NOPE,nothere.shx],-1\n")
+        empty = self.path("empty.dxf")
+        ezdxf.new("R2018").saveas(empty)
+        out = self.run_script(empty, '-LINETYPE L * complex.lin ""\n')
+        tracks = ltype_tags(out, "TRACKS")
+        self.assertEqual([v for c, v in tracks if c == 49], [0.25, -0.2, -0.2])
+        at = tracks.index((74, 4))  # on the gap before it
+        self.assertEqual(tracks[at - 1], (49, -0.2))
+        self.assertEqual(tracks[at + 1], (75, 132))
+        style = out.entitydb.get(dict(tracks[at:])[340])
+        self.assertEqual(style.dxf.font, "shapes.shx")
+        self.assertEqual(style.dxf.flags & 1, 1)
+        self.assertEqual([tracks[at + i] for i in range(3, 7)], [(46, 0.25), (50, 90.0), (44, -0.1), (45, 0.1)])
+        self.assertIn((75, 200), ltype_tags(out, "ZIGS"))
+        gas = ltype_tags(out, "GAS")
+        self.assertIn((74, 2), gas)
+        self.assertIn((9, "GAS"), gas)
+        missing = ltype_tags(out, "MISSING")
+        self.assertNotIn((74, 4), missing)
+        self.assertIn('shape file "nothere.shx" not found', self.stdout)
 
 
 def blocks_by_name(blocks):

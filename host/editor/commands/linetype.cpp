@@ -1,8 +1,10 @@
 // -LINETYPE: load linetypes from a ".lin" file, set the current one, list them.
 #include <cmath>
+#include <filesystem>
 #include <fstream>
 
 #include "host/editor/commands/common.h"
+#include "host/editor/commands/shape_files.h"
 
 namespace dx::ed::cmd {
 
@@ -10,7 +12,26 @@ struct LinDef {
   std::string name, description;
   std::vector<DxDbLinetypeTableRecord::Dash> dashes;
   bool hasShapes = false;
+  std::string shapeProblem;
 };
+
+namespace {
+// The text style record of a shape file (flag 1), made when the drawing has none.
+DxDbObjectId shapeFileStyle(const std::string& file) {
+  Opened<DxDbSymbolTable> table(db()->textStyleTableId(), DxDb::kForRead);
+  if (!table) return {};
+  for (DxDbObjectId id : table->recordIds()) {
+    Opened<DxDbTextStyleTableRecord> rec(id, DxDb::kForRead);
+    if (rec && rec->isShapeFile() && iequals(rec->fileName(), file)) return id;
+  }
+  table.close();
+  std::string name = upper(std::filesystem::path(file).stem().string());
+  resbuf* list = dxutBuildList(RTDXF0, "STYLE", 2, name.c_str(), 70, 1, 40, 0.0, 41, 1.0, 3, file.c_str(), 0);
+  dxdbEntMake(list);
+  dxutRelRb(list);
+  return findRecord(db()->textStyleTableId(), name);
+}
+}  // namespace
 
 // Reads every definition of a ".lin" file: "*NAME,description" then "A,dash,..." with
 // optional [text or shape] elements attached to the dash before them.
@@ -82,8 +103,18 @@ std::vector<LinDef> readLinFile(const std::string& path, std::string& error) {
           d.style = findRecord(db()->textStyleTableId(), styleName);
           if (d.style.isNull()) d.style = findRecord(db()->textStyleTableId(), "Standard");
         } else {
-          cur->hasShapes = true;  // shape elements need their SHX file: kept as plain dashes
-          continue;
+          std::string file = fields.size() > 1 ? fields[1] : "";
+          while (!file.empty() && file.front() == ' ') file.erase(0, 1);
+          std::string shape = fields[0];
+          while (!shape.empty() && shape.front() == ' ') shape.erase(0, 1);
+          int number = 0;
+          if (!shapeNumber(file, shape, number, cur->shapeProblem)) {
+            cur->hasShapes = true;  // a shape that cannot be found is kept as a plain dash
+            continue;
+          }
+          d.shapeFlags = 4;
+          d.shapeNumber = int16_t(number);
+          d.style = shapeFileStyle(file);
         }
         for (size_t k = 2; k < fields.size(); ++k) {
           std::string kv = fields[k];
@@ -172,7 +203,7 @@ void loadLinetypes() {
     }
     ++loaded;
     say("\nLinetype \"" + def.name + "\" loaded." +
-        (def.hasShapes ? "  Its shapes are drawn as plain dashes." : "") + "\n");
+        (def.hasShapes ? "  Its shapes are drawn as plain dashes (" + def.shapeProblem + ")." : "") + "\n");
   }
   if (!loaded) say("\nNo linetype matching \"" + pattern + "\" in " + std::string(found) + ".\n");
 }
