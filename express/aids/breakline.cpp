@@ -65,7 +65,7 @@ std::string findSymbolDrawing(const std::string& name) {
   }
   char found[1024];
   if (dxedFindFile(name.c_str(), found, sizeof found) == RTNORM) return found;
-  return name;
+  return "";
 }
 
 struct Symbol {
@@ -76,10 +76,19 @@ struct Symbol {
 
 // Inserts the drawing once to learn its definition points; the insert is erased again.
 bool loadSymbol(const std::string& file, Symbol& sym) {
+  // The drawing file, or a block of its name the drawing already holds.
+  std::string source = findSymbolDrawing(file);
+  if (source.empty()) {
+    CResbufPtr block(dxdbTblSearch("BLOCK", fs::path(file).stem().string().c_str()));
+    if (block) source = fs::path(file).stem().string();
+  }
+  if (source.empty()) {
+    dxutPrintf("\n%s", CResString(res::BreaklineGetNameError).c_str());
+    return false;
+  }
   dx_name before{0, 0}, ref;
   dxdbEntLast(before);
-  dxedCommandS(RTSTR, "_.-insert", RTSTR, findSymbolDrawing(file).c_str(), RTSTR, "0,0", RTSTR, "1", RTSTR, "1",
-               RTSTR, "0", 0);
+  dxedCommandS(RTSTR, "_.-insert", RTSTR, source.c_str(), RTSTR, "0,0", RTSTR, "1", RTSTR, "1", RTSTR, "0", 0);
   if (dxdbEntLast(ref) != RTNORM || (ref[0] == before[0] && ref[1] == before[1])) {
     dxutPrintf("\n%s", CResString(res::BreaklineGetNameError).c_str());
     return false;
@@ -180,7 +189,7 @@ Step drawBreakLine(const BreaklineSettings& settings, const DxGePoint3d& p1) {
   const DxGePoint3d mid = sym.first + (sym.second - sym.first) * 0.5;
   const double c = std::cos(angle), s = std::sin(angle);
   const DxGePoint3d insert(at.x - k * (mid.x * c - mid.y * s), at.y - k * (mid.x * s + mid.y * c), at.z);
-  {
+  if (k != 0) {  // a zero scale has nothing to show, and no insert takes it
     CShortVarSaver osmode("OSMODE");
     CShortVarSaver::set("OSMODE", 0);
     const double pi[3] = {insert.x, insert.y, insert.z};

@@ -109,6 +109,37 @@ class BreakLine(unittest.TestCase):
         self.run_script("BREAKLINE X\n")
         self.assertIn("Block =  AIRS.DXF, Size = 2, Extension = 2.5", self.stdout)
 
+    def test_block_keyword_takes_another_symbol_whose_points_lie_on_any_layer(self):
+        sym = ezdxf.new("R2018")
+        sym.modelspace().add_lwpolyline([(0, 0), (1, 2), (3, -2), (4, 0)])
+        for x in (0, 4):
+            sym.modelspace().add_point((x, 0), dxfattribs={"layer": "MARKS"})
+        sym.saveas(os.path.join(self.tmp, "zig.dxf"))
+        doc = self.run_script('MEASUREMENT 1\nFILEDIA 0\nBREAKLINE B zig.dxf P E 1 0,0 100,0 ""\n')
+        with open(self.profile) as f:
+            self.assertIn("DXET.BREAKLINE-BLOCK=STR_zig.dxf", f.read())
+        lines, inserts = self.parts(doc)
+        self.assertEqual(inserts[0].dxf.name.upper(), "ZIG")
+        self.assertAlmostEqual(inserts[0].dxf.xscale, 0.25)  # size 1 over a span of 4
+        self.assertClose(lines[0][0], (-1, 0))
+        self.assertAlmostEqual(lines[1][0].x - lines[0][1].x, 1.0)
+
+    def test_a_missing_symbol_drawing_is_reported_and_asked_again(self):
+        with open(self.profile, "w") as f:
+            f.write("[General]\nDXET.BREAKLINE-BLOCK=STR_NOWHERE.DXF\n")
+        doc = self.run_script("BREAKLINE 0,0 X\n")
+        self.assertIn("geteName error!", self.stdout)
+        self.assertEqual(len(doc.modelspace()), 0)
+
+    def test_extremely_small_size_still_draws_and_says_so(self):
+        doc = self.run_script('MEASUREMENT 1\nBREAKLINE S 0.00000000001 0,0 100,0 ""\n'
+                              'BREAKLINE S 0 0,0 100,0 ""\n')
+        self.assertEqual(self.stdout.count("Extremely small scale factor ignored."), 2)
+        lines, inserts = self.parts(doc)
+        self.assertEqual(len(lines), 4)
+        self.assertEqual(len(inserts), 1)  # a zero scale inserts nothing
+        self.assertAlmostEqual(inserts[0].dxf.xscale, 1e-11)
+
     def test_too_short_second_pick_is_asked_again(self):
         doc = self.run_script('MEASUREMENT 1\nBREAKLINE S 20 0,0 5,0 100,0 ""\n')
         self.assertIn("too close", self.stdout)

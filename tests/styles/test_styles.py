@@ -314,7 +314,12 @@ class MakeLinetype(Session):
         msp.add_line((6, 8), (9, 12))
         src = self.path("turned.dxf")
         doc.saveas(src)
-        out = self.run_script(src, "FILEDIA 0\nMKLTYPE t.lin TURNED . 0,0 9,12 C -1,-1 10,13 \"\"\n")
+        out = self.run_script(src, "FILEDIA 0\nMKLTYPE t.lin TURNED . 0,0 9,12 C -1,-1 10,13 \"\"\n"
+                                   "LINE 0,0 10,0 \"\"\n")
+        # Measured in a turned coordinate system, which is given back afterwards.
+        last = out.modelspace().query("LINE")[-1]
+        self.assertAlmostEqual(last.dxf.end.x, 10)
+        self.assertAlmostEqual(last.dxf.end.y, 0)
         with open(self.path("t.lin")) as f:
             self.assertEqual(f.read().splitlines()[1], "A,5,-5,5")
         self.assertEqual([v for c, v in ltype_tags(out, "TURNED") if c == 49], [5, -5, 5])
