@@ -11,8 +11,11 @@ PACKAGES=(
   libboost-context-dev             # one stack per running command
   libfreetype-dev libfontconfig-dev fonts-dejavu-core
   libpolyclipping-dev libcairo2-dev
+  fonts-vlgothic                   # Japanese glyphs for plotted text
+  poppler-utils                    # tests read plotted PDF back with pdftoppm
   libreadline-dev libcli11-dev libfmt-dev
   python3 python3-ezdxf            # independent DXF reader used by the tests
+  python3-matplotlib               # ezdxf's drawing add-on, the plot benchmark's yardstick
   time
 )
 export DEBIAN_FRONTEND=noninteractive

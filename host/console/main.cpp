@@ -3,6 +3,7 @@
 //   draxel plan.dxf -s tidy.scr -o plan-tidy.dxf    run a script on a drawing and save it
 //   draxel plan.dxf -c "ERASE ALL \"\"" -o out.dxf  run a one-liner
 //   draxel plan.dxf                                 the interactive command line
+#include <strings.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -16,6 +17,7 @@
 #include "host/console/report.h"
 #include "host/editor/core/driver.h"
 #include "host/editor/core/session.h"
+#include "host/plot/plot.h"
 
 namespace {
 
@@ -62,6 +64,16 @@ int main(int argc, char** argv) {
   app.add_flag("--list-commands", listCommands,
                "print every registered command: group, global name, local name, flags");
   app.add_option("--load", modules, "load a module (.drx) before running");
+  std::vector<std::string> plots;
+  std::string plotSize, plotWindow, background = "white";
+  dx::plot::Options plotOpt;
+  app.add_option("--plot", plots,
+                 "after the scripts, plot to FILE (.png, .svg or .pdf by its extension; repeatable)");
+  app.add_option("--layout", plotOpt.layout, "layout to plot (default: model space)");
+  app.add_option("--size", plotSize, "plot size WxH, pixels for PNG, points for SVG/PDF (default 1600x1200)");
+  app.add_option("--window", plotWindow, "area to plot x1,y1,x2,y2 (default: the drawing's extents)");
+  app.add_option("--background", background, "plot background: white or black (default white)")
+      ->check(CLI::IsMember({"white", "black"}, CLI::ignore_case));
   try {
     app.parse(argc, argv);
   } catch (const CLI::CallForHelp&) {
@@ -76,6 +88,20 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "draxel: unknown file version '%s'\n", version.c_str());
     return 2;
   }
+
+  if (!plotSize.empty() && !dx::plot::parseSize(plotSize, plotOpt.width, plotOpt.height)) {
+    std::fprintf(stderr, "draxel: --size wants WxH, for example 1600x1200 (got '%s')\n", plotSize.c_str());
+    return 2;
+  }
+  if (!plotWindow.empty()) {
+    if (!dx::plot::parseWindow(plotWindow, plotOpt.window)) {
+      std::fprintf(stderr, "draxel: --window wants x1,y1,x2,y2 with two different corners (got '%s')\n",
+                   plotWindow.c_str());
+      return 2;
+    }
+    plotOpt.hasWindow = true;
+  }
+  plotOpt.blackBackground = strcasecmp(background.c_str(), "black") == 0;
 
   using namespace dx::ed;
   Session& s = Session::get();
@@ -136,7 +162,7 @@ int main(int argc, char** argv) {
     }
   }
   // Without scripts: the keyboard when there is one, else nothing more to do.
-  bool interactive = sources.empty() && outPath.empty() && !report && isatty(0);
+  bool interactive = sources.empty() && outPath.empty() && plots.empty() && !report && isatty(0);
 
   Driver driver;
   for (auto it = sources.rbegin(); it != sources.rend(); ++it) driver.push(std::move(*it));
@@ -157,6 +183,16 @@ int main(int argc, char** argv) {
   int rc = 0;
   Document* doc = s.current();
   if (report && doc) std::fputs(dx::console::drawingReport(doc->database(), doc->fileName()).c_str(), stdout);
+  for (const std::string& plotPath : plots) {
+    std::string err;
+    if (!doc) {
+      std::fprintf(stderr, "draxel: no drawing to plot\n");
+      rc = 1;
+    } else if (!dx::plot::plotToFile(doc->database(), plotPath, plotOpt, err)) {
+      std::fprintf(stderr, "draxel: %s\n", err.c_str());
+      rc = 1;
+    }
+  }
   if (!outPath.empty()) {
     if (!doc) {
       std::fprintf(stderr, "draxel: no drawing to save\n");

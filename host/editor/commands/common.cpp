@@ -126,6 +126,7 @@ void registerHostCommands(DxEdCommandStack* stack) {
       {"SCRIPT", kNoUndoMarker, cmd::cmdScript},
       {"QUIT", kNoUndoMarker, cmd::cmdQuit},
       {"SETVAR", kTransparent, cmd::cmdSetvar},
+      {"-PLOT", kModal, cmd::cmdPlot},
   };
   for (const Row& r : rows) stack->addCommand(kHostGroup, r.name, r.name, r.flags, r.fn);
 }

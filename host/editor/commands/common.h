@@ -40,5 +40,6 @@ void cmdSaveAs();
 void cmdScript();
 void cmdQuit();
 void cmdSetvar();
+void cmdPlot();
 
 }  // namespace dx::ed::cmd
