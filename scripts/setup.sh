@@ -15,6 +15,7 @@ PACKAGES=(
   poppler-utils                    # tests read plotted PDF back with pdftoppm
   libreadline-dev libcli11-dev libfmt-dev
   python3 python3-ezdxf            # independent DXF reader used by the tests
+  python3-pil                      # plot tests read PNG pixels
   python3-matplotlib               # ezdxf's drawing add-on, the plot benchmark's yardstick
   time
 )

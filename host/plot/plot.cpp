@@ -215,6 +215,9 @@ bool plotToFile(DxDbDatabase* db, const std::string& path, const Options& opt, s
     cairo_set_source_rgb(cr, bg.r, bg.g, bg.b);
     cairo_paint(cr);
     DxGeMatrix3d toDevice = windowToDevice(win, w, h);
+    // On pixels, a drawing's whole numbers fall on pixel centres: a one-pixel line along
+    // them covers one row fully instead of two by halves.
+    if (kind == Kind::Png) toDevice = DxGeMatrix3d::translation({0.5, 0.5, 0}) * toDevice;
     if (space != db->modelSpaceId()) {
       for (const Viewport& v : viewportsOf(space)) {
         double s = v.h / v.viewHeight;

@@ -98,6 +98,8 @@ struct Item {
   Face* face;
   unsigned index;
   double x, y, em;  // position and em size in drawing units
+  double advance;   // drawing units, before the width factor
+  double cap;       // capital height in drawing units
   double wf, oblique;
   Rgb color;
 };
@@ -238,8 +240,9 @@ struct TextPainter::Impl {
       }
       if (!g) g = face->glyph('?'), f = face;
       if (!g) continue;
-      out.push_back({f, g->index, x, y, em, wf, oblique, color});
-      x += g->advance / f->units * em * wf;
+      double adv = g->advance / f->units * em;
+      out.push_back({f, g->index, x, y, em, adv, height, wf, oblique, color});
+      x += adv * wf;
     }
     return x;
   }
@@ -251,10 +254,24 @@ struct TextPainter::Impl {
     Pt ex = toDev(toDevice, DxGePoint3d(1, 0, 0));
     Pt ey = toDev(toDevice, DxGePoint3d(0, 1, 0));
     cairo_matrix_t frame{ex.x - o.x, ex.y - o.y, ey.x - o.x, ey.y - o.y, o.x, o.y};
-    // Texts smaller than a device unit would only blur: skip them.
-    double devHeight = 0;
-    for (const Item& it : items) devHeight = std::max(devHeight, it.em);
-    if (!r.measuring() && devHeight * std::sqrt(std::fabs(frame.xx * frame.yy - frame.xy * frame.yx)) < 0.5) return;
+    double cap = 0;
+    for (const Item& it : items) cap = std::max(cap, it.cap);
+    double devCap = cap * std::sqrt(std::fabs(frame.xx * frame.yy - frame.xy * frame.yx));
+    // Measuring, and texts too small to read, take the boxes of their characters: a
+    // quarter of the height below the baseline to the top of the capitals.
+    if (r.measuring() || devCap < 3) {
+      if (devCap < 0.5 && !r.measuring()) return;  // below a pixel: nothing to see
+      cairo_save(cr);
+      cairo_transform(cr, &frame);
+      for (const Item& it : items)
+        cairo_rectangle(cr, it.x, it.y - it.cap * 0.25, it.advance * it.wf, it.cap * 1.25);
+      cairo_restore(cr);
+      if (r.measuring()) return r.measurePath();
+      // Unreadable at this size: a light band shows where the text stands.
+      cairo_set_source_rgba(cr, items[0].color.r, items[0].color.g, items[0].color.b, 0.35);
+      cairo_fill(cr);
+      return;
+    }
     cairo_save(cr);
     cairo_transform(cr, &frame);
     cairo_set_font_options(cr, options);
@@ -275,12 +292,10 @@ struct TextPainter::Impl {
       cairo_matrix_t fm{a.em * a.wf, 0, -a.em * std::tan(a.oblique), -a.em, 0, 0};
       cairo_set_font_matrix(cr, &fm);
       cairo_set_source_rgb(cr, a.color.r, a.color.g, a.color.b);
-      if (r.measuring()) cairo_glyph_path(cr, run.data(), int(run.size()));
-      else cairo_show_glyphs(cr, run.data(), int(run.size()));
+      cairo_show_glyphs(cr, run.data(), int(run.size()));
       i = j;
     }
     cairo_restore(cr);
-    if (r.measuring()) r.measurePath();
   }
 };
 
