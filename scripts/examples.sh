@@ -2,7 +2,7 @@
 # The main job on the bundled examples: every drawing in examples/ is opened,
 # reported and saved again under out/. A drawing with a script of the same name
 # (examples/NAME.scr) is run through it with express.drx loaded, and the result is
-# reported and saved instead.
+# reported and saved instead. At the end every drawing in out/ is plotted to a PNG.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/build.sh release >/dev/null
@@ -30,3 +30,10 @@ build/tools/jww_make_drawing example out/house.jww
 build/bin/draxel -c "FILEIMP out/house.jww 0,0" -o out/house.dxf
 build/bin/draxel --report out/house.dxf
 echo "   imported out/house.jww, saved out/house.dxf"
+
+# Every drawing written above, plotted to a picture beside it.
+echo "== plots"
+for f in out/*.dxf; do
+  build/bin/draxel "$f" --plot "${f%.dxf}.png"
+  echo "   plotted $f to ${f%.dxf}.png"
+done
