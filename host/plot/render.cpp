@@ -147,11 +147,20 @@ DxDbObjectId Renderer::effectiveLayer(const DxDbEntity* e, const Context& ctx) c
   return l;
 }
 
-const std::vector<double>& Renderer::linetypePattern(DxDbObjectId lt) {
-  auto [it, fresh] = m_patterns.try_emplace(lt.stub());
+const Linetype& Renderer::linetype(DxDbObjectId lt) {
+  auto [it, fresh] = m_linetypes.try_emplace(lt.stub());
   if (fresh) {
-    if (ReadOpen<DxDbLinetypeTableRecord> r(lt); r)
-      for (const auto& d : r->dashes()) it->second.push_back(d.length);
+    if (ReadOpen<DxDbLinetypeTableRecord> r(lt); r) {
+      double at = 0;
+      for (const auto& d : r->dashes()) {
+        it->second.lengths.push_back(d.length);
+        at += std::fabs(d.length);
+        // A text stands at the end of its element, moved by the element's offsets.
+        if ((d.shapeFlags & 2) && !d.text.empty())
+          it->second.texts.push_back({at, d.text, d.style, d.scale, d.rotationRad, d.xOffset, d.yOffset,
+                                      (d.shapeFlags & 1) != 0});
+      }
+    }
   }
   return it->second;
 }
@@ -167,7 +176,11 @@ Pen Renderer::penFor(const DxDbEntity* e, const Context& ctx) {
   DxDbObjectId lt = e->linetypeId();
   if (lt.isNull() || lt == m_db->byLayerLinetype()) lt = li.linetype;
   else if (lt == m_db->byBlockLinetype()) lt = ctx.in.linetype;
-  if (!lt.isNull() && lt != m_db->continuousLinetype()) pen.pattern = linetypePattern(lt);
+  if (!lt.isNull() && lt != m_db->continuousLinetype()) {
+    const Linetype& type = linetype(lt);
+    pen.pattern = type.lengths;
+    if (!type.texts.empty()) pen.texts = &type.texts;
+  }
   pen.patternScale = planeScale(ctx.m) * e->linetypeScale() * m_ltscale;
 
   int lw = e->lineWeight();
@@ -247,7 +260,46 @@ void Renderer::stroke(const Pen& pen) {
   }
   if (dash.empty()) cairo_set_dash(m_cr, nullptr, 0, 0);
   else cairo_set_dash(m_cr, dash.data(), int(dash.size()), lead > 0 ? total - lead : 0);
+  cairo_path_t* path = pen.texts && !dash.empty() ? cairo_copy_path_flat(m_cr) : nullptr;
   cairo_stroke(m_cr);
+  if (path) {
+    writeLineTexts(path, pen, total);
+    cairo_path_destroy(path);
+  }
+}
+
+void Renderer::writeLineTexts(cairo_path_t* path, const Pen& pen, double patternLength) {
+  // Walks each piece of the path, counting the distance from the piece's start.
+  double px = 0, py = 0, along = 0;
+  for (int i = 0; i < path->num_data; i += path->data[i].header.length) {
+    const cairo_path_data_t& d = path->data[i];
+    if (d.header.type == CAIRO_PATH_MOVE_TO) {
+      px = path->data[i + 1].point.x, py = path->data[i + 1].point.y, along = 0;
+      continue;
+    }
+    if (d.header.type != CAIRO_PATH_LINE_TO) continue;
+    double qx = path->data[i + 1].point.x, qy = path->data[i + 1].point.y;
+    double len = std::hypot(qx - px, qy - py);
+    if (len > 0) {
+      double ux = (qx - px) / len, uy = (qy - py) / len;
+      for (const LineText& t : *pen.texts) {
+        double first = t.offset * pen.patternScale;
+        // Every repeat whose text position falls on this segment.
+        double k0 = std::ceil((along - first) / patternLength);
+        for (double k = std::max(k0, 0.0); first + k * patternLength < along + len; ++k) {
+          double s = first + k * patternLength - along;
+          double dx = t.dx * pen.patternScale, dy = t.dy * pen.patternScale;
+          // Device y runs down: the line's left side is (uy, -ux).
+          double x = px + ux * s + ux * dx + uy * dy, y = py + uy * s + uy * dx - ux * dy;
+          double a = t.absolute ? t.rotation : std::atan2(-uy, ux) + t.rotation;
+          m_text->drawLabel(t.text, t.style, x, y, std::cos(a), -std::sin(a), t.height * pen.patternScale,
+                            pen.color);
+        }
+      }
+    }
+    along += len;
+    px = qx, py = qy;
+  }
 }
 
 void Renderer::drawSpace(DxDbObjectId btr, const DxGeMatrix3d& toDevice) {

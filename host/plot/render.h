@@ -96,12 +96,26 @@ struct LayerInfo {
   int lineweight = -3;
 };
 
+// A text a linetype writes along the line once a pattern.
+struct LineText {
+  double offset = 0;  // pattern units from the pattern's start
+  std::string text;
+  DxDbObjectId style;
+  double height = 1, rotation = 0, dx = 0, dy = 0;
+  bool absolute = false;  // rotation from the x axis rather than from the line
+};
+struct Linetype {
+  std::vector<double> lengths;
+  std::vector<LineText> texts;
+};
+
 // Resolved drawing properties of one entity.
 struct Pen {
   Rgb color;
   double width = 1;             // device units
   std::vector<double> pattern;  // world units: dash > 0, gap < 0, dot 0; empty: continuous
   double patternScale = 1;      // world to device for the pattern
+  const std::vector<LineText>* texts = nullptr;
 };
 
 class Renderer {
@@ -152,7 +166,9 @@ class Renderer {
 
   Pen penFor(const DxDbEntity* e, const Context& ctx);
   DxDbObjectId effectiveLayer(const DxDbEntity* e, const Context& ctx) const;
-  const std::vector<double>& linetypePattern(DxDbObjectId lt);
+  const Linetype& linetype(DxDbObjectId lt);
+  // Writes a linetype's texts along the flattened path, once a pattern.
+  void writeLineTexts(cairo_path_t* path, const Pen& pen, double patternLength);
   // Strokes the current path with the pen (dashes placed in device units).
   void stroke(const Pen& pen);
   void setColor(const Rgb& c) { cairo_set_source_rgb(m_cr, c.r, c.g, c.b); }
@@ -171,7 +187,7 @@ class Renderer {
   double m_ltscale = 1;
   DxDbObjectId m_layer0;
   std::unordered_map<dx::db::Stub*, LayerInfo> m_layers;
-  std::unordered_map<dx::db::Stub*, std::vector<double>> m_patterns;
+  std::unordered_map<dx::db::Stub*, Linetype> m_linetypes;
   std::unique_ptr<TextPainter> m_text;
 
   friend void drawHatch(Renderer&, DxDbHatch*, const DxGeMatrix3d&, const Pen&);
@@ -186,6 +202,10 @@ class TextPainter {
   explicit TextPainter(Renderer& r);
   ~TextPainter();
   void drawText(const DxDbText* t, const DxGeMatrix3d& m, const Rgb& color);
+  // A line of text in a style at a device point: baseline direction (ux, uy), height in
+  // device units.
+  void drawLabel(const std::string& text, DxDbObjectId style, double x, double y, double ux, double uy,
+                 double height, const Rgb& color);
   void drawMText(const DxDbMText* t, const DxGeMatrix3d& m, const Rgb& color);
 
  private:

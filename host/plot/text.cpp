@@ -359,6 +359,18 @@ void TextPainter::drawText(const DxDbText* t, const DxGeMatrix3d& m, const Rgb& 
   d->paint(items, frame);
 }
 
+void TextPainter::drawLabel(const std::string& text, DxDbObjectId style, double x, double y, double ux,
+                            double uy, double height, const Rgb& color) {
+  const Impl::Style& st = d->style(style);
+  std::vector<Item> items;
+  d->place(percentCodes(decode(text)), st.face, height, st.wf, st.oblique, color, 0, 0, items);
+  // Text units are device units here, y up: the baseline along (ux, uy), up to its left.
+  DxGeMatrix3d frame;
+  frame.entry[0][0] = ux, frame.entry[0][1] = uy, frame.entry[0][3] = x;
+  frame.entry[1][0] = uy, frame.entry[1][1] = -ux, frame.entry[1][3] = y;
+  d->paint(items, frame);
+}
+
 void TextPainter::drawMText(const DxDbMText* t, const DxGeMatrix3d& m, const Rgb& color) {
   const Impl::Style& st = d->style(t->textStyle());
   double baseH = t->textHeight() > 0 ? t->textHeight() : 2.5;

@@ -105,6 +105,20 @@ class Geometry(PlotCase):
         for x in (12.5, 27.5):
             self.assertFalse(pic.ink(x, 10, r=8), f"gap expected at x={x}")
 
+    def test_linetype_writes_its_text_in_its_gaps(self):
+        doc = ezdxf.new("R2018")
+        doc.linetypes.add("GASLINE", pattern='A,.5,-.2,["GAS",STANDARD,S=.1,U=0.0,X=-0.1,Y=-.05],-.25',
+                          description="Gas ---- GAS ----", length=0.95)
+        # Ten times: a dash 0..5, the text from 6 on, standing on the line, 1 high.
+        doc.modelspace().add_line((0, 10), (38, 10), dxfattribs={"linetype": "GASLINE", "ltscale": 10})
+        pic = self.plot(self.save(doc))
+        self.assertTrue(pic.ink(2.5, 10))
+        for start in (0, 9.5):
+            box = pic.ink_box(start + 5.2, 8.5, start + 9.4, 12)
+            self.assertIsNotNone(box, start)
+            self.assertGreater(box[3] - box[1], 0.6)  # letters, not a line
+            self.assertGreater(box[0], start + 5.8)
+
     def test_hatch_island_stays_empty(self):
         doc = ezdxf.new("R2018")
         hatch = doc.modelspace().add_hatch(color=1)
