@@ -13,6 +13,7 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <unordered_set>
 
 #include "host/plot/render.h"
 
@@ -55,6 +56,7 @@ struct Viewport {
   double vx = 0, vy = 0, viewHeight = 0;  // centre and height of the view, model units
   double tx = 0, ty = 0;                  // view target
   double twist = 0;
+  std::unordered_set<dx::db::Stub*> frozen;  // layers frozen in this viewport only
 };
 
 std::vector<Viewport> viewportsOf(DxDbObjectId space) {
@@ -75,6 +77,10 @@ std::vector<Viewport> viewportsOf(DxDbObjectId space) {
     if (const resbuf* c = list.find(17)) v.tx = c->resval.rpoint[0], v.ty = c->resval.rpoint[1];
     v.w = list.real(40, 0), v.h = list.real(41, 0), v.viewHeight = list.real(45, 0);
     v.twist = list.real(51, 0);
+    for (const resbuf* rb = list.find(331); rb; rb = list.find(331, rb)) {
+      DxDbObjectId layer;
+      if (dxdbGetObjectId(layer, rb->resval.rlname) == Dxad::eOk) v.frozen.insert(layer.stub());
+    }
     if (v.w > 0 && v.h > 0 && v.viewHeight > 0) out.push_back(v);
   }
   return out;
@@ -231,7 +237,9 @@ bool plotToFile(DxDbDatabase* db, const std::string& path, const Options& opt, s
         cairo_save(cr);
         cairo_rectangle(cr, std::min(a.x, b.x), std::min(a.y, b.y), std::fabs(b.x - a.x), std::fabs(b.y - a.y));
         cairo_clip(cr);
+        r.setViewportFrozen(v.frozen);
         r.drawSpace(db->modelSpaceId(), toDevice * view);
+        r.setViewportFrozen({});
         cairo_restore(cr);
       }
     }

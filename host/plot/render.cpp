@@ -357,8 +357,9 @@ void Renderer::drawBlock(DxDbObjectId btrId, const Context& ctx) {
 void Renderer::drawEntity(DxDbObjectId id, const Context& ctx) {
   ReadOpen<DxDbEntity> e(id);
   if (!e || e->visibility() == DxDb::kInvisible) return;
-  const LayerInfo& li = layer(effectiveLayer(e.get(), ctx));
-  if (li.frozen || !li.plottable) return;
+  DxDbObjectId layerId = effectiveLayer(e.get(), ctx);
+  const LayerInfo& li = layer(layerId);
+  if (li.frozen || !li.plottable || (!m_vpFrozen.empty() && m_vpFrozen.count(layerId.stub()))) return;
   DxDbEntity* ent = e.get();
   // A reference on a layer that is off still shows what lies on other layers inside it.
   if (auto* ref = as<DxDbBlockReference>(ent)) return drawReference(ref, ctx);

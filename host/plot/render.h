@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "hostapi/db.h"
@@ -135,6 +136,9 @@ class Renderer {
   cairo_t* cr() const { return m_cr; }
   DxDbDatabase* db() const { return m_db; }
 
+  // Layers frozen in the viewport being drawn: they draw as if frozen.
+  void setViewportFrozen(std::unordered_set<dx::db::Stub*> layers) { m_vpFrozen = std::move(layers); }
+
   // Measuring draws nothing: what would be inked adds to the extents instead.
   void setMeasuring(bool on) { m_measuring = on; }
   bool measuring() const { return m_measuring; }
@@ -187,6 +191,7 @@ class Renderer {
   double m_ltscale = 1;
   DxDbObjectId m_layer0;
   std::unordered_map<dx::db::Stub*, LayerInfo> m_layers;
+  std::unordered_set<dx::db::Stub*> m_vpFrozen;
   std::unordered_map<dx::db::Stub*, Linetype> m_linetypes;
   std::unique_ptr<TextPainter> m_text;
 

@@ -301,8 +301,11 @@ class Layouts(PlotCase):
         msp = doc.modelspace()
         msp.add_line((5, 10), (15, 10))
         msp.add_circle((40, 40), 1)
+        doc.layers.add("NOT_HERE")
+        msp.add_line((5, 8), (15, 8), dxfattribs={"layer": "NOT_HERE"})
         sheet = doc.layouts.new("Sheet")
-        sheet.add_viewport(center=(100, 100), size=(50, 50), view_center_point=(10, 10), view_height=20)
+        vp = sheet.add_viewport(center=(100, 100), size=(50, 50), view_center_point=(10, 10), view_height=20)
+        vp.frozen_layers = ["NOT_HERE"]
         sheet.add_line((60, 60), (140, 60))
         p = self.save(doc)
         window = (60, 55, 150, 140)
@@ -315,6 +318,7 @@ class Layouts(PlotCase):
         # Model (10, 10) stands at the viewport's centre, 2.5 times larger.
         self.assertTrue(pic.ink(100, 100) and pic.ink(110, 100))
         self.assertFalse(pic.ink(100, 110, r=4))
+        self.assertFalse(pic.ink(100, 95, r=2))  # its layer is frozen in this viewport
         self.assertTrue(pic.ink(100, 60))  # paper space itself
         # The circle at model (40, 40) would stand at (175, 175), beyond the frame.
         self.assertFalse(pic.ink(130, 130, r=4))
