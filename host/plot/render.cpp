@@ -451,32 +451,27 @@ void Renderer::drawEntity(DxDbObjectId id, const Context& ctx) {
 }
 
 void Renderer::drawPolyline(DxDbPolyline* pl, const Context& ctx, const Pen& pen) {
-  unsigned n = pl->numVerts();
-  if (n == 0) return;
-  DxGeMatrix3d ocs = DxGeMatrix3d::planeToWorld(pl->normal());
-  DxGeMatrix3d m = ctx.m * ocs;
-  double devScale = planeScale(m);
-  double z = pl->elevation();
-  bool closed = pl->isClosed();
-  unsigned segs = closed ? n : n - 1;
-  bool wide = pl->constantWidth() > 0;
-  for (unsigned i = 0; i < segs && !wide; ++i) {
-    double w0, w1;
-    pl->getWidthsAt(i, w0, w1);
-    wide = w0 > 0 || w1 > 0;
+  std::vector<PlineVertex> v(pl->numVerts());
+  for (unsigned i = 0; i < v.size(); ++i) {
+    pl->getPointAt(i, v[i].pt);
+    pl->getBulgeAt(i, v[i].bulge);
+    if (pl->constantWidth() > 0) v[i].w0 = v[i].w1 = pl->constantWidth();
+    else pl->getWidthsAt(i, v[i].w0, v[i].w1);
   }
-  auto vertex = [&](unsigned i) {
-    DxGePoint2d p;
-    pl->getPointAt(i % n, p);
-    return p;
-  };
+  drawVertices(v, pl->isClosed(), pl->elevation(), ctx.m * DxGeMatrix3d::planeToWorld(pl->normal()), pen);
+}
+
+void Renderer::drawVertices(const std::vector<PlineVertex>& v, bool closed, double z, const DxGeMatrix3d& m,
+                            const Pen& pen) {
+  size_t n = v.size();
+  if (n == 0) return;
+  double devScale = planeScale(m);
+  size_t segs = closed ? n : n - 1;
+  bool wide = false;
+  for (size_t i = 0; i < segs && !wide; ++i) wide = v[i].w0 > 0 || v[i].w1 > 0;
   if (!wide) {
-    std::vector<DxGePoint2d> flat{vertex(0)};
-    for (unsigned i = 0; i < segs; ++i) {
-      double b = 0;
-      pl->getBulgeAt(i, b);
-      bulgePoints(vertex(i), vertex(i + 1), b, devScale, flat);
-    }
+    std::vector<DxGePoint2d> flat{v[0].pt};
+    for (size_t i = 0; i < segs; ++i) bulgePoints(v[i].pt, v[(i + 1) % n].pt, v[i].bulge, devScale, flat);
     std::vector<DxGePoint3d> pts;
     pts.reserve(flat.size());
     for (auto& p : flat) pts.emplace_back(p.x, p.y, z);
@@ -487,12 +482,10 @@ void Renderer::drawPolyline(DxDbPolyline* pl, const Context& ctx, const Pen& pen
   }
   // Wide segments are filled bands, their width changing linearly along each segment.
   setColor(pen.color);
-  for (unsigned i = 0; i < segs; ++i) {
-    double b = 0, w0 = pl->constantWidth(), w1 = w0;
-    pl->getBulgeAt(i, b);
-    if (pl->constantWidth() <= 0) pl->getWidthsAt(i, w0, w1);
-    std::vector<DxGePoint2d> flat{vertex(i)};
-    bulgePoints(vertex(i), vertex(i + 1), b, devScale, flat);
+  for (size_t i = 0; i < segs; ++i) {
+    double w0 = v[i].w0, w1 = v[i].w1;
+    std::vector<DxGePoint2d> flat{v[i].pt};
+    bulgePoints(v[i].pt, v[(i + 1) % n].pt, v[i].bulge, devScale, flat);
     size_t k = flat.size();
     std::vector<DxGePoint3d> left, right;
     for (size_t j = 0; j < k; ++j) {
@@ -528,9 +521,9 @@ void Renderer::drawHeavyPolyline(DxDbPolylineHeavy* pl, const Context& ctx, cons
   // from the face records.
   bool polyface = (pl->polyFlags() & 64) != 0;
   DxGeMatrix3d m = flat3d ? ctx.m : ctx.m * DxGeMatrix3d::planeToWorld(pl->normal());
-  double devScale = planeScale(m);
   std::vector<DxGePoint3d> verts;
   std::vector<double> bulges;
+  std::vector<DxDbObjectId> widthIds;
   std::vector<std::array<int, 4>> faces;
   for (DxDbObjectId vid : pl->vertexIds()) {
     ReadOpen<DxDbVertex> v(vid);
@@ -546,6 +539,7 @@ void Renderer::drawHeavyPolyline(DxDbPolylineHeavy* pl, const Context& ctx, cons
     if (!flat3d) p.z = pl->elevation();
     verts.push_back(p);
     bulges.push_back(v->bulge());
+    widthIds.push_back(vid);
   }
   if (polyface) {
     for (auto& f : faces) {
@@ -558,23 +552,20 @@ void Renderer::drawHeavyPolyline(DxDbPolylineHeavy* pl, const Context& ctx, cons
     return;
   }
   if (verts.empty()) return;
-  bool closed = pl->isClosed();
-  std::vector<DxGePoint3d> pts{verts[0]};
-  size_t segs = closed ? verts.size() : verts.size() - 1;
-  for (size_t i = 0; i < segs; ++i) {
-    const DxGePoint3d& a = verts[i];
-    const DxGePoint3d& b = verts[(i + 1) % verts.size()];
-    if (flat3d || bulges[i] == 0) {
-      pts.push_back(b);
-      continue;
-    }
-    std::vector<DxGePoint2d> arc;
-    bulgePoints(a.to2d(), b.to2d(), bulges[i], devScale, arc);
-    for (auto& p : arc) pts.emplace_back(p.x, p.y, a.z);
+  if (flat3d) {
+    addPath(verts, m, pl->isClosed());
+    stroke(pen);
+    return;
   }
-  if (closed && pts.size() > 1) pts.pop_back();
-  addPath(pts, m, closed);
-  stroke(pen);
+  // Widths are kept in the entity lists: the polyline's default, then each vertex's own.
+  EntityList own(pl->objectId());
+  double dw0 = own.real(40, 0), dw1 = own.real(41, 0);
+  std::vector<PlineVertex> v;
+  for (size_t i = 0; i < verts.size(); ++i) {
+    EntityList vl(widthIds[i]);
+    v.push_back({verts[i].to2d(), bulges[i], vl.real(40, dw0), vl.real(41, dw1)});
+  }
+  drawVertices(v, pl->isClosed(), pl->elevation(), m, pen);
 }
 
 // Pixel coordinates of an image's boundary (origin at the top-left, y down) to entity

@@ -161,6 +161,13 @@ class Renderer {
   void drawReferenceOnce(DxDbBlockReference* ref, const DxGeMatrix3d& blockXf, const Context& ctx);
   void drawPolyline(DxDbPolyline* pl, const Context& ctx, const Pen& pen);
   void drawHeavyPolyline(DxDbPolylineHeavy* pl, const Context& ctx, const Pen& pen);
+  struct PlineVertex {
+    DxGePoint2d pt;
+    double bulge = 0, w0 = 0, w1 = 0;
+  };
+  // A 2-D polyline in its plane: a stroked path, or filled bands where it has width.
+  void drawVertices(const std::vector<PlineVertex>& v, bool closed, double z, const DxGeMatrix3d& m,
+                    const Pen& pen);
   void drawImage(DxDbRasterImage* img, const Context& ctx, const Pen& pen, bool wipeout);
   void drawUnknown(DxDbUnknownEntity* e, const Context& ctx, const Pen& pen);
   // The block an entity names in its group 2 (null when there is none).

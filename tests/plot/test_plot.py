@@ -119,6 +119,19 @@ class Geometry(PlotCase):
             self.assertGreater(box[3] - box[1], 0.6)  # letters, not a line
             self.assertGreater(box[0], start + 5.8)
 
+    def test_polyline_widths_and_bulges(self):
+        doc = ezdxf.new("R2018")
+        msp = doc.modelspace()
+        # Light: 2 wide, then a half circle (bulge 1) from (20, 5) to (20, 15) bulging right.
+        msp.add_lwpolyline([(2, 5, 2, 2, 0), (20, 5, 0, 0, 1), (20, 15, 0, 0, 0)], format="xyseb")
+        # Heavy: a wedge from 0 to 4 wide.
+        msp.add_polyline2d([(2, 25), (20, 25)], dxfattribs={"default_start_width": 0, "default_end_width": 4})
+        pic = self.plot(self.save(doc))
+        self.assertTrue(pic.ink(10, 5.8, r=0) and pic.ink(10, 4.2, r=0))  # 2 wide
+        self.assertTrue(pic.ink(25, 10, r=1))  # the arc's far side: centre (20, 10), radius 5
+        self.assertFalse(pic.ink(15, 10, r=3))  # no arc to the left
+        self.assertTrue(pic.ink(19, 26.8, r=0) and not pic.ink(3, 26.8, r=2))
+
     def test_hatch_island_stays_empty(self):
         doc = ezdxf.new("R2018")
         hatch = doc.modelspace().add_hatch(color=1)
