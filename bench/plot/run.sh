@@ -16,7 +16,7 @@ for k in "$n" "$big"; do
 done
 
 # "wall cpu" seconds of a command
-timed() { /usr/bin/time -f "%e %U %S" "$@" 2>&1 >/dev/null | tail -1 | awk '{ printf "%.2f %.2f", $1, $2 + $3 }'; }
+timed() { /usr/bin/time -f "%e %U %S" "$@" 2>&1 >/dev/null | tail -1 | awk '{ printf "%.2f %.2f\n", $1, $2 + $3 }'; }
 
 read -r open_n open_n_cpu < <(timed "$bin/draxel" "$work/mixed_$n.dxf" -c "")
 read -r plot_n plot_n_cpu < <(timed "$bin/draxel" "$work/mixed_$n.dxf" --plot "$work/plot_$n.png")
