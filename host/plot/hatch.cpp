@@ -142,7 +142,7 @@ HatchData parse(const resbuf* rb, double devScale) {
           std::vector<DxGePoint2d> ctrl, fit;
           for (; rb && rb->restype != 72 && rb->restype != 97 && rb->restype != 92; next()) {
             switch (rb->restype) {
-              case 94: degree = rbInt(rb); break;
+              case 94: degree = std::clamp(rbInt(rb), 1, 11); break;
               case 40: knots.push_back(rb->resval.rreal); break;
               case 42: weights.push_back(rb->resval.rreal); break;
               case 10: ctrl.push_back(pt2(rb)); break;
@@ -226,6 +226,12 @@ void drawHatch(Renderer& r, DxDbHatch* h, const DxGeMatrix3d& m, const Pen& pen)
     double step = pl.offset.x * nx + pl.offset.y * ny;  // distance between lines
     double shift = pl.offset.x * dx + pl.offset.y * dy;  // pattern shift per line
     if (std::fabs(step) < 1e-12) continue;
+    if (std::fabs(step) * devScale < 1.5) {
+      // Lines closer than the pixels would merge: the family shows as a tint.
+      cairo_set_source_rgba(cr, pen.color.r, pen.color.g, pen.color.b, 0.5);
+      cairo_paint(cr);
+      continue;
+    }
     double lo = 1e300, hi = -1e300, along0 = 1e300, along1 = -1e300;
     for (auto& c : corners) {
       double rx = c.x - pl.base.x, ry = c.y - pl.base.y;

@@ -148,10 +148,16 @@ class Geometry(PlotCase):
         # Horizontal lines two units apart.
         hatch.set_pattern_fill("USER", definition=[[0, (0, 0), (0, 2), []]])
         hatch.paths.add_polyline_path([(0, 0), (20, 0), (20, 20), (0, 20)], is_closed=True, flags=1)
+        # Lines far closer than the pixels: a tint over the area, and only there.
+        dense = doc.modelspace().add_hatch(color=5)
+        dense.set_pattern_fill("USER", definition=[[45, (0, 0), (0, 0.001), []]])
+        dense.paths.add_polyline_path([(25, 0), (35, 0), (35, 10), (25, 10)], is_closed=True, flags=1)
         pic = self.plot(self.save(doc))
         self.assertTrue(pic.ink(10, 10, r=1) and pic.ink(10, 12, r=1))
         self.assertFalse(pic.ink(10, 11, r=5))  # between two lines
-        self.assertFalse(pic.ink(30, 10, r=10))  # beyond the boundary
+        self.assertFalse(pic.ink(22.5, 10, r=10))  # beyond the boundaries
+        self.assertTrue(pic.ink(30, 5, r=0))
+        self.assertFalse(pic.ink(30, 15, r=10))
 
     def test_layers_off_and_frozen_leave_no_ink(self):
         doc = ezdxf.new("R2018")
