@@ -104,43 +104,52 @@ struct Item {
   Rgb color;
 };
 
-}  // namespace
-
-struct TextPainter::Impl {
-  Renderer& r;
-  FT_Library lib = nullptr;
-  std::map<std::string, std::unique_ptr<Face>> faces;  // by font file
-  Face* fallbackCjk = nullptr;
-  bool cjkLooked = false;
-  struct Style {
-    Face* face = nullptr;
-    double wf = 1, oblique = 0;
-  };
-  std::unordered_map<dx::db::Stub*, Style> styles;
-  cairo_font_options_t* options = nullptr;
-
-  explicit Impl(Renderer& rr) : r(rr) {
-    FT_Init_FreeType(&lib);
-    options = cairo_font_options_create();
-    // Outlines as they are: texts are scaled, rotated and sheared freely.
-    cairo_font_options_set_hint_style(options, CAIRO_HINT_STYLE_NONE);
-    cairo_font_options_set_hint_metrics(options, CAIRO_HINT_METRICS_OFF);
+// Faces by font file, for the whole process: cairo keeps its own references to the
+// faces it has drawn with, so they stay loaded (a drawing names few fonts).
+class Fonts {
+ public:
+  static Fonts& get() {
+    static Fonts* fonts = new Fonts;  // never released: cairo may still hold its faces
+    return *fonts;
   }
-  ~Impl() {
-    for (auto& [k, f] : faces)
-      if (f) {
-        cairo_font_face_destroy(f->cairo);  // releases the FreeType face with it
-      }
-    cairo_font_options_destroy(options);
-    // The library goes with the last cairo face; cairo may keep faces cached past us.
+
+  // The face for a style's font file or family; the sans-serif default otherwise (SHX
+  // fonts and fonts that are not installed).
+  Face* forStyle(const std::string& fontFile, const std::string& family) {
+    auto [it, fresh] = m_byStyle.try_emplace(fontFile + "|" + family);
+    if (!fresh) return it->second;
+    Face* f = nullptr;
+    std::error_code ec;
+    if (!fontFile.empty() && fs::is_regular_file(fontFile, ec)) f = load(fontFile);
+    if (!f && !family.empty()) f = load(match(family, true));
+    if (!f && !fontFile.empty()) {
+      std::string ext = fs::path(fontFile).extension().string();
+      std::transform(ext.begin(), ext.end(), ext.begin(), ::tolower);
+      if (ext == ".ttf" || ext == ".otf" || ext == ".ttc") f = load(match(fs::path(fontFile).stem().string(), true));
+    }
+    if (!f) f = load(match("DejaVu Sans", false));
+    if (!f) f = load(match("sans-serif", false));
+    return it->second = f;
   }
+
+  // A face with Japanese glyphs, for characters the style's face lacks.
+  Face* japanese() {
+    if (!m_japaneseLooked) {
+      m_japaneseLooked = true;
+      m_japanese = load(match("sans-serif:lang=ja", false));
+    }
+    return m_japanese;
+  }
+
+ private:
+  Fonts() { FT_Init_FreeType(&m_lib); }
 
   Face* load(const std::string& file) {
-    if (file.empty()) return nullptr;
-    auto [it, fresh] = faces.try_emplace(file);
+    if (file.empty() || !m_lib) return nullptr;
+    auto [it, fresh] = m_byFile.try_emplace(file);
     if (!fresh) return it->second.get();
     FT_Face ft = nullptr;
-    if (FT_New_Face(lib, file.c_str(), 0, &ft) != 0) return nullptr;
+    if (FT_New_Face(m_lib, file.c_str(), 0, &ft) != 0) return nullptr;
     auto f = std::make_unique<Face>();
     f->ft = ft;
     f->units = ft->units_per_EM ? ft->units_per_EM : 1000;
@@ -150,9 +159,6 @@ struct TextPainter::Impl {
       f->cap = f->units * 0.7;
     f->descent = std::fabs(double(ft->descender));
     f->cairo = cairo_ft_font_face_create_for_ft_face(ft, 0);
-    // The FreeType face lives as long as the cairo face that uses it.
-    static cairo_user_data_key_t key;
-    cairo_font_face_set_user_data(f->cairo, &key, ft, [](void* p) { FT_Done_Face(static_cast<FT_Face>(p)); });
     it->second = std::move(f);
     return it->second.get();
   }
@@ -179,38 +185,36 @@ struct TextPainter::Impl {
     return file;
   }
 
-  // The face for a style's font file or family; the sans-serif default otherwise (SHX
-  // fonts and fonts that are not installed).
-  Face* faceFor(const std::string& fontFile, const std::string& family) {
-    std::string key = fontFile + "|" + family;
-    Face* f = nullptr;
-    std::error_code ec;
-    if (!fontFile.empty() && fs::is_regular_file(fontFile, ec)) f = load(fontFile);
-    if (!f && !family.empty()) f = load(match(family, true));
-    if (!f && !fontFile.empty()) {
-      std::string ext = fs::path(fontFile).extension().string();
-      std::transform(ext.begin(), ext.end(), ext.begin(), ::tolower);
-      if (ext == ".ttf" || ext == ".otf" || ext == ".ttc") f = load(match(fs::path(fontFile).stem().string(), true));
-    }
-    if (!f) f = load(match("DejaVu Sans", false));
-    if (!f) f = load(match("sans-serif", false));
-    aliases[key] = f;
-    return f;
-  }
-  std::map<std::string, Face*> aliases;  // style font and family -> a loaded face
-  Face* cached(const std::string& fontFile, const std::string& family) {
-    std::string key = fontFile + "|" + family;
-    if (auto it = aliases.find(key); it != aliases.end()) return it->second;
-    return faceFor(fontFile, family);
-  }
+  FT_Library m_lib = nullptr;
+  std::map<std::string, std::unique_ptr<Face>> m_byFile;
+  std::map<std::string, Face*> m_byStyle;  // "font file|family" -> a loaded face (or null)
+  Face* m_japanese = nullptr;
+  bool m_japaneseLooked = false;
+};
 
-  Face* cjk() {
-    if (!cjkLooked) {
-      cjkLooked = true;
-      fallbackCjk = load(match("sans-serif:lang=ja", false));
-    }
-    return fallbackCjk;
+}  // namespace
+
+struct TextPainter::Impl {
+  Renderer& r;
+  struct Style {
+    Face* face = nullptr;
+    double wf = 1, oblique = 0;
+  };
+  std::unordered_map<dx::db::Stub*, Style> styles;
+  cairo_font_options_t* options = nullptr;
+
+  explicit Impl(Renderer& rr) : r(rr) {
+    options = cairo_font_options_create();
+    // Outlines as they are: texts are scaled, rotated and sheared freely.
+    cairo_font_options_set_hint_style(options, CAIRO_HINT_STYLE_NONE);
+    cairo_font_options_set_hint_metrics(options, CAIRO_HINT_METRICS_OFF);
   }
+  ~Impl() { cairo_font_options_destroy(options); }
+
+  static Face* cached(const std::string& fontFile, const std::string& family) {
+    return Fonts::get().forStyle(fontFile, family);
+  }
+  static Face* cjk() { return Fonts::get().japanese(); }
 
   const Style& style(DxDbObjectId id) {
     auto [it, fresh] = styles.try_emplace(id.stub());
