@@ -45,6 +45,12 @@ const char* Dxad::errorName(ErrorStatus es) {
   }
 }
 
+DxRxClass* DxDbObject::desc() {
+  static DxRxClass* cls = new DxRxClass("DxDbObject", DxRxObject::desc(), "", nullptr);
+  return cls;
+}
+DxRxClass* DxDbObject::isA() const { return desc(); }
+
 // ---------------------------------------------------------------------------------------
 // Handles and ids
 

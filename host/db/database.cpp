@@ -13,14 +13,16 @@
 using namespace dx::db;
 using Dxad::ErrorStatus;
 
-namespace {
-
-DxDbObject* objOf(DxDbObjectId id) {
-  Stub* s = id.stub();
-  return s && s->obj && !s->erased ? s->obj : nullptr;
+DxRxClass* DxDbDatabase::desc() {
+  static DxRxClass* cls = new DxRxClass("DxDbDatabase", DxRxObject::desc());
+  return cls;
 }
-
-}  // namespace
+DxRxClass* DxDbDatabase::isA() const { return desc(); }
+DxRxClass* DxDbDatabaseReactor::desc() {
+  static DxRxClass* cls = new DxRxClass("DxDbDatabaseReactor", DxRxObject::desc());
+  return cls;
+}
+DxRxClass* DxDbDatabaseReactor::isA() const { return desc(); }
 
 // ---------------------------------------------------------------------------------------
 // Standard structure
@@ -78,15 +80,15 @@ void DatabaseImpl::completeStructure() {
   ensureTables();
   // Every block has its BLOCK and ENDBLK entities.
   for (const DxDbObjectId& id : Access::records(*table(Table::Block))) {
-    auto* b = static_cast<DxDbBlockTableRecord*>(objOf(id));
+    auto* b = static_cast<DxDbBlockTableRecord*>(liveObjectOf(id));
     if (!b) continue;
-    if (!objOf(Access::blockBegin(*b))) {
+    if (!liveObjectOf(Access::blockBegin(*b))) {
       auto* e = new DxDbBlockBegin();
       Access::blockBegin(*b) = attach(e);
       Access::owner(*e) = id;
       Access::layer(*e) = layerZero;
     }
-    if (!objOf(Access::blockEnd(*b))) {
+    if (!liveObjectOf(Access::blockEnd(*b))) {
       auto* e = new DxDbBlockEnd();
       Access::blockEnd(*b) = attach(e);
       Access::owner(*e) = id;
@@ -101,25 +103,25 @@ void DatabaseImpl::completeStructure() {
     objectsOrder.push_back(id);
     return id;
   };
-  if (!objOf(rootDict)) {
+  if (!liveObjectOf(rootDict)) {
     rootDict = newDict({});
   }
-  auto* root = static_cast<DxDbDictionary*>(objOf(rootDict));
+  auto* root = static_cast<DxDbDictionary*>(liveObjectOf(rootDict));
   auto child = [&](const char* key) {
     for (auto& [k, id] : Access::items(*root))
-      if (k == key && objOf(id)) return id;
+      if (k == key && liveObjectOf(id)) return id;
     DxDbObjectId id = newDict(rootDict);
     Access::items(*root).emplace_back(key, id);
     return id;
   };
   groupDict = child("ACAD_GROUP");
   layoutDict = child("ACAD_LAYOUT");
-  auto* layouts = static_cast<DxDbDictionary*>(objOf(layoutDict));
+  auto* layouts = static_cast<DxDbDictionary*>(liveObjectOf(layoutDict));
   auto ensureLayout = [&](DxDbObjectId btrId, const char* name, int16_t tab) {
-    auto* b = static_cast<DxDbBlockTableRecord*>(objOf(btrId));
-    if (!b || objOf(Access::layout(*b))) return;
+    auto* b = static_cast<DxDbBlockTableRecord*>(liveObjectOf(btrId));
+    if (!b || liveObjectOf(Access::layout(*b))) return;
     for (auto& [k, id] : Access::items(*layouts))
-      if (auto* l = DxRxObject::cast<DxDbLayout>(objOf(id)))
+      if (auto* l = DxRxObject::cast<DxDbLayout>(liveObjectOf(id)))
         if (Access::layoutBlock(*l) == btrId) {
           Access::layout(*b) = id;
           return;
@@ -139,7 +141,7 @@ void DatabaseImpl::completeStructure() {
   // Further paper-space blocks (older files name them *Paper_Space0, ...) are layouts too.
   int16_t tab = 2;
   for (const DxDbObjectId& id : std::vector<DxDbObjectId>(Access::records(*table(Table::Block)))) {
-    auto* b = static_cast<DxDbBlockTableRecord*>(objOf(id));
+    auto* b = static_cast<DxDbBlockTableRecord*>(liveObjectOf(id));
     if (!b || id == paperSpace || upperKey(b->getName()).rfind("*PAPER_SPACE", 0) != 0) continue;
     std::string name = "Layout" + std::to_string(tab);
     ensureLayout(id, name.c_str(), tab);
@@ -268,7 +270,7 @@ DxDbObjectId DxDbDatabase::modelSpaceId() const { return m_impl->modelSpace; }
 DxDbObjectId DxDbDatabase::paperSpaceId() const { return m_impl->paperSpace; }
 DxDbObjectId DxDbDatabase::currentSpaceId() const { return m_impl->currentSpace; }
 ErrorStatus DxDbDatabase::setCurrentSpace(DxDbObjectId id) {
-  if (!DxRxObject::cast<DxDbBlockTableRecord>(objOf(id))) return Dxad::eInvalidInput;
+  if (!DxRxObject::cast<DxDbBlockTableRecord>(liveObjectOf(id))) return Dxad::eInvalidInput;
   m_impl->currentSpace = id;
   return Dxad::eOk;
 }
@@ -278,7 +280,7 @@ DxDbObjectId DxDbDatabase::continuousLinetype() const { return m_impl->ltContinu
 
 DxDbObjectId DxDbDatabase::symbolTableId(const DxRxClass* cls) const {
   for (int i = 1; i <= int(Table::Vport); ++i) {
-    DxDbObject* t = objOf(m_impl->tables[i]);
+    DxDbObject* t = liveObjectOf(m_impl->tables[i]);
     if (t && t->isA() == cls) return m_impl->tables[i];
   }
   return {};
@@ -290,7 +292,7 @@ DxDbObjectId byHeaderName(const DatabaseImpl& db, const char* var, Table t, cons
   return id.isNull() ? db.recordId(t, fallback) : id;
 }
 ErrorStatus setHeaderName(DatabaseImpl& db, const char* var, int code, Table t, DxDbObjectId id) {
-  auto* r = DxRxObject::cast<DxDbSymbolTableRecord>(objOf(id));
+  auto* r = DxRxObject::cast<DxDbSymbolTableRecord>(liveObjectOf(id));
   if (!r || r->ownerId() != db.tables[size_t(t)]) return Dxad::eInvalidInput;
   db.setHeaderString(var, code, r->getName());
   return Dxad::eOk;

@@ -23,6 +23,22 @@ struct Stub {
   bool erased = false;
 };
 
+// The object behind an id: null for a null id or a stub that has no object yet.
+inline DxDbObject* objectOf(DxDbObjectId id) {
+  Stub* s = id.stub();
+  return s ? s->obj : nullptr;
+}
+// The same, and null for an erased object.
+inline DxDbObject* liveObjectOf(DxDbObjectId id) {
+  Stub* s = id.stub();
+  return s && !s->erased ? s->obj : nullptr;
+}
+// The database an object lives in; null for an object not in one.
+inline DatabaseImpl* databaseOf(const DxDbObject& o) {
+  Stub* s = Access::stub(o);
+  return s ? s->db : nullptr;
+}
+
 struct HeaderVar {
   std::string name;  // with '$'
   std::vector<XTag> tags;

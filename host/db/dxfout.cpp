@@ -45,11 +45,6 @@ class DxfSink : public Sink {
 const Table kTableOrder[] = {Table::Vport, Table::Linetype, Table::Layer, Table::Style, Table::View,
                              Table::Ucs,   Table::AppId,    Table::DimStyle, Table::Block};
 
-DxDbObject* objOf(DxDbObjectId id) {
-  Stub* s = id.stub();
-  return s && s->obj && !s->erased ? s->obj : nullptr;
-}
-
 class Writer {
  public:
   Writer(const DatabaseImpl& db, Ver v, dxf::TagWriter& w) : m_db(db), m_w(w), m_sink(w) {
@@ -77,10 +72,10 @@ class Writer {
     entitiesOf(m_db.paperSpace);
     endsec();
     section("OBJECTS");
-    if (DxDbObject* root = objOf(m_db.rootDict)) emitObject(*root, m_sink);
+    if (DxDbObject* root = liveObjectOf(m_db.rootDict)) emitObject(*root, m_sink);
     for (const DxDbObjectId& id : m_db.objectsOrder)
       if (id != m_db.rootDict)
-        if (DxDbObject* o = objOf(id)) emitObject(*o, m_sink);
+        if (DxDbObject* o = liveObjectOf(id)) emitObject(*o, m_sink);
     endsec();
     for (const auto& sec : m_db.trailingSections) {
       m_w.str(0, "SECTION");
@@ -149,7 +144,7 @@ class Writer {
     if (!tab) return;
     emitObject(*tab, m_sink);
     for (const DxDbObjectId& id : Access::records(const_cast<DxDbSymbolTable&>(*tab)))
-      if (DxDbObject* r = objOf(id))
+      if (DxDbObject* r = liveObjectOf(id))
         if (!Access::implicit(static_cast<DxDbSymbolTableRecord&>(*r))) emitObject(*r, m_sink);
     m_w.str(0, "ENDTAB");
   }
@@ -160,18 +155,18 @@ class Writer {
       auto& b = const_cast<DxDbBlockReference&>(*ins);
       if (Access::attribs(b).empty()) return;
       for (const auto& id : Access::attribs(b))
-        if (DxDbObject* a = objOf(id)) emitObject(*a, m_sink);
+        if (DxDbObject* a = liveObjectOf(id)) emitObject(*a, m_sink);
       seqend(Access::seqend(b), e);
     } else if (auto* pl = DxRxObject::cast<DxDbPolylineHeavy>(&e)) {
       auto& p = const_cast<DxDbPolylineHeavy&>(*pl);
       for (const auto& id : Access::vertices(p))
-        if (DxDbObject* v = objOf(id)) emitObject(*v, m_sink);
+        if (DxDbObject* v = liveObjectOf(id)) emitObject(*v, m_sink);
       seqend(Access::seqend(p), e);
     }
   }
 
   void seqend(DxDbObjectId id, const DxDbObject& parent) {
-    if (DxDbObject* s = objOf(id)) {
+    if (DxDbObject* s = liveObjectOf(id)) {
       emitObject(*s, m_sink);
       return;
     }
@@ -184,23 +179,23 @@ class Writer {
   }
 
   void entitiesOf(DxDbObjectId btrId) {
-    auto* btr = DxRxObject::cast<DxDbBlockTableRecord>(objOf(btrId));
+    auto* btr = DxRxObject::cast<DxDbBlockTableRecord>(liveObjectOf(btrId));
     if (!btr) return;
     for (const DxDbObjectId& id : Access::entities(*btr))
-      if (DxDbObject* e = objOf(id)) entity(*e);
+      if (DxDbObject* e = liveObjectOf(id)) entity(*e);
   }
 
   void blocks() {
     const DxDbSymbolTable* tab = m_db.table(Table::Block);
     if (!tab) return;
     for (const DxDbObjectId& id : Access::records(const_cast<DxDbSymbolTable&>(*tab))) {
-      auto* btr = DxRxObject::cast<DxDbBlockTableRecord>(objOf(id));
+      auto* btr = DxRxObject::cast<DxDbBlockTableRecord>(liveObjectOf(id));
       if (!btr) continue;
-      if (DxDbObject* b = objOf(Access::blockBegin(*btr))) emitObject(*b, m_sink);
+      if (DxDbObject* b = liveObjectOf(Access::blockBegin(*btr))) emitObject(*b, m_sink);
       if (id != m_db.modelSpace && id != m_db.paperSpace)
         for (const DxDbObjectId& eid : Access::entities(*btr))
-          if (DxDbObject* e = objOf(eid)) entity(*e);
-      if (DxDbObject* e = objOf(Access::blockEnd(*btr))) emitObject(*e, m_sink);
+          if (DxDbObject* e = liveObjectOf(eid)) entity(*e);
+      if (DxDbObject* e = liveObjectOf(Access::blockEnd(*btr))) emitObject(*e, m_sink);
     }
   }
 

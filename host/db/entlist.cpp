@@ -11,11 +11,6 @@ using namespace dx::db;
 
 namespace {
 
-DxDbObject* objOf(DxDbObjectId id) {
-  Stub* s = id.stub();
-  return s && s->obj ? s->obj : nullptr;
-}
-
 DatabaseImpl* workingDb() {
   DxDbDatabase* db = dxdbHostApplicationServices()->workingDatabase();
   return db ? db->impl() : nullptr;
@@ -206,7 +201,7 @@ WalkHint g_hint;
 resbuf* dxdbEntGet(const dx_name ent, const resbuf* apps) {
   DxDbObjectId id;
   if (dxdbGetObjectId(id, ent) != Dxad::eOk) return nullptr;
-  DxDbObject* o = objOf(id);
+  DxDbObject* o = objectOf(id);
   if (!o || id.isErased()) return nullptr;
   ListSink sink;
   sink.radians = listAnglesInRadians(schemaOf(*o)->dxfName);
@@ -344,7 +339,7 @@ int dxdbEntDel(const dx_name ent) {
 int dxdbEntLast(dx_name result) {
   DatabaseImpl* db = workingDb();
   if (!db) return RTERROR;
-  auto* btr = DxRxObject::cast<DxDbBlockTableRecord>(objOf(db->currentSpace));
+  auto* btr = DxRxObject::cast<DxDbBlockTableRecord>(objectOf(db->currentSpace));
   if (!btr) return RTERROR;
   auto& ents = Access::entities(*btr);
   for (size_t i = ents.size(); i-- > 0;)
@@ -359,17 +354,17 @@ int dxdbEntLast(dx_name result) {
 int dxdbEntNext(const dx_name ent, dx_name result) {
   DatabaseImpl* db = workingDb();
   if (!db) return RTERROR;
-  auto* btr = DxRxObject::cast<DxDbBlockTableRecord>(objOf(db->currentSpace));
+  auto* btr = DxRxObject::cast<DxDbBlockTableRecord>(objectOf(db->currentSpace));
   if (!btr) return RTERROR;
   auto& ents = Access::entities(*btr);
   size_t start = 0;
   DxDbObjectId id;
   if (ent && (ent[0] || ent[1])) {
     dxdbGetObjectId(id, ent);
-    DxDbObject* o = objOf(id);
+    DxDbObject* o = objectOf(id);
     if (!o) return RTERROR;
     // Sub-entities: the next attribute or vertex, then the end marker, then on.
-    if (auto* parent = objOf(o->ownerId()); parent && !DxRxObject::cast<DxDbBlockTableRecord>(parent)) {
+    if (auto* parent = objectOf(o->ownerId()); parent && !DxRxObject::cast<DxDbBlockTableRecord>(parent)) {
       const DxDbObjectIdArray* subs = nullptr;
       DxDbObjectId end;
       if (auto* ins = DxRxObject::cast<DxDbBlockReference>(parent)) {
@@ -427,7 +422,7 @@ int dxdbEntNext(const dx_name ent, dx_name result) {
 
 namespace {
 resbuf* recordList(DxDbObjectId id, Table t) {
-  DxDbObject* o = objOf(id);
+  DxDbObject* o = objectOf(id);
   if (!o) return nullptr;
   if (t == Table::Block) {
     auto* b = static_cast<DxDbBlockTableRecord*>(o);

@@ -166,8 +166,9 @@ void emitObject(const DxDbObject& o, Sink& out, bool withXData = true);
 
 // Grants the schema definitions and the database core access to class internals.
 struct Access {
-  struct Defs;
-  static void defineSchemas();
+  // The schema lines of a class family (see family.h), which name class internals.
+  template <class Family>
+  struct Schemas;
   static Stub*& stub(DxDbObject& o) { return o.m_stub; }
   static Stub* stub(const DxDbObject& o) { return o.m_stub; }
   static DxDbObjectId& owner(DxDbObject& o) { return o.m_owner; }

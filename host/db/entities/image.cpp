@@ -1,0 +1,109 @@
+// IMAGE and WIPEOUT: a raster frame in space with its clip boundary.
+#include <cmath>
+
+#include "host/db/entities/entity_geometry.h"
+#include "host/db/family.h"
+
+using namespace dx::db;
+using namespace dx::db::fields;
+using Dxad::ErrorStatus;
+
+DX_DEFINE_CONCRETE(DxDbRasterImage, DxDbEntity, "IMAGE")
+DX_DEFINE_CONCRETE(DxDbWipeout, DxDbRasterImage, "WIPEOUT")
+
+namespace dx::db {
+
+template <>
+struct Access::Schemas<DxDbRasterImage> {
+  static SubclassDef rasterSub(const char* marker) {
+    using R = DxDbRasterImage;
+    return sub(marker, {
+                           req<&R::m_classVersion>(90, "class_version"),
+                           req<&R::m_origin>(10, "insert"),
+                           req<&R::m_u>(11, "u_pixel"),
+                           req<&R::m_v>(12, "v_pixel"),
+                           req<&R::m_size>(13, "image_size"),
+                           req<&R::m_imageDef>(340, "image_def"),
+                           req<&R::m_display>(70, "flags"),
+                           req<&R::m_clipping>(280, "clipping"),
+                           req<&R::m_brightness>(281, "brightness"),
+                           req<&R::m_contrast>(282, "contrast"),
+                           req<&R::m_fade>(283, "fade"),
+                           req<&R::m_imageDefReactor>(360, "image_def_reactor"),
+                           req<&R::m_clipType>(71, "clip_type"),
+                           derived(91,
+                                   [](const DxDbObject& o, Sink& out, int c) {
+                                     out.integer(c, int64_t(Access::self<R>(o).m_clip.size()));
+                                   }),
+                           custom(
+                               14, {},
+                               [](DxDbObject& o, const InTag& t, LoadContext&) {
+                                 Access::self<R>(o).m_clip.emplace_back(t.pt[0], t.pt[1]);
+                               },
+                               [](const DxDbObject& o, Sink& out, int c) {
+                                 for (const auto& p : Access::self<R>(o).m_clip) {
+                                   double pt[3] = {p.x, p.y, 0};
+                                   out.point(c, pt, 2);
+                                 }
+                               },
+                               nullptr, "clip_vertices"),
+                       });
+  }
+
+  static void define() {
+    entity<DxDbRasterImage>("IMAGE", {rasterSub("AcDbRasterImage")});
+    entity<DxDbWipeout>("WIPEOUT", {rasterSub("AcDbWipeout")});
+  }
+};
+
+void defineImageSchemas() { Access::Schemas<DxDbRasterImage>::define(); }
+
+}  // namespace dx::db
+
+ErrorStatus DxDbRasterImage::setImageDefId(DxDbObjectId id) {
+  assertWriteEnabled();
+  m_imageDef = id;
+  return Dxad::eOk;
+}
+void DxDbRasterImage::getOrientation(DxGePoint3d& o, DxGeVector3d& u, DxGeVector3d& v) const {
+  o = m_origin;
+  u = m_u;
+  v = m_v;
+}
+bool DxDbRasterImage::setOrientation(const DxGePoint3d& o, const DxGeVector3d& uw,
+                                     const DxGeVector3d& vw) {
+  if (uw.isZeroLength() || vw.isZeroLength()) return false;
+  assertWriteEnabled();
+  m_origin = o;
+  m_u = uw * (1.0 / m_size.x);
+  m_v = vw * (1.0 / m_size.y);
+  return true;
+}
+ErrorStatus DxDbRasterImage::setDisplayOpt(ImageDisplayOpt opt, bool on) {
+  assertWriteEnabled();
+  m_display = int16_t(on ? (m_display | opt) : (m_display & ~opt));
+  return Dxad::eOk;
+}
+ErrorStatus DxDbRasterImage::setClipBoundary(const std::vector<DxGePoint2d>& pts) {
+  assertWriteEnabled();
+  m_clip = pts;
+  m_clipType = pts.size() == 2 ? 1 : 2;
+  m_clipping = 1;
+  return Dxad::eOk;
+}
+ErrorStatus DxDbRasterImage::getGeomExtents(DxGePoint3d& a, DxGePoint3d& b) const {
+  Box box;
+  DxGeVector3d uw = m_u * m_size.x, vw = m_v * m_size.y;
+  box.add(m_origin);
+  box.add(m_origin + uw);
+  box.add(m_origin + vw);
+  box.add(m_origin + uw + vw);
+  return box.out(a, b);
+}
+ErrorStatus DxDbRasterImage::transformBy(const DxGeMatrix3d& m) {
+  assertWriteEnabled();
+  m_origin = m * m_origin;
+  m_u = m * m_u;
+  m_v = m * m_v;
+  return Dxad::eOk;
+}
