@@ -828,7 +828,9 @@ class DxDbHatch : public DxDbEntity {
   enum HatchPatternType { kUserDefined = 0, kPreDefined = 1, kCustomDefined = 2 };
   enum HatchLoopType { kDefault = 0, kExternal = 1, kPolyline = 2, kDerived = 4,
                        kTextbox = 8, kOutermost = 16 };
-  DxDbHatch() = default;
+  DxDbHatch();
+  DxDbHatch(const DxDbHatch&);
+  ~DxDbHatch() override;
   const char* patternName() const { return m_pattern.c_str(); }
   bool isSolidFill() const { return m_solid != 0; }
   bool associative() const { return m_assoc != 0; }
@@ -842,15 +844,18 @@ class DxDbHatch : public DxDbEntity {
   Dxad::ErrorStatus appendLoop(int32_t loopType, const std::vector<DxGePoint2d>& vertices,
                                const std::vector<double>& bulges);
   int numLoops() const;
-  // The polyline loops (edge loops are approximated by their end points).
+  // The loops (an edge loop as the start points of its edges, without bulges).
   Dxad::ErrorStatus getLoopAt(int index, int32_t& loopType, std::vector<DxGePoint2d>& vertices,
                               std::vector<double>& bulges) const;
   Dxad::ErrorStatus evaluateHatch();
   Dxad::ErrorStatus getGeomExtents(DxGePoint3d&, DxGePoint3d&) const override;
   Dxad::ErrorStatus transformBy(const DxGeMatrix3d& xform) override;
+  // Loops with their edges, pattern lines and seed points, kept by the host.
+  struct Boundary;
 
  private:
   friend struct dx::db::Access;
+  std::unique_ptr<Boundary> m_boundary;
   DxGePoint3d m_elevation;
   DxGeVector3d m_normal{0, 0, 1};
   std::string m_pattern = "SOLID";

@@ -23,15 +23,11 @@ char* dup(std::string_view s) {
   return d;
 }
 
-// Entity lists give angles in radians where the file gives degrees (groups 50 to 58;
-// a multiline text's rotation is in radians in the file already).
-bool listAnglesInRadians(std::string_view type) { return type != "MTEXT"; }
 constexpr double kRadPerDeg = M_PI / 180.0;
 
 class ListSink : public Sink {
  public:
   ListSink() { entityList = true; }
-  bool radians = true;
   resbuf* head = nullptr;
   resbuf* tail = nullptr;
   void push(resbuf* rb) {
@@ -45,7 +41,8 @@ class ListSink : public Sink {
   }
   void real(int code, double v) override {
     resbuf* rb = dxutNewRb(code);
-    rb->resval.rreal = (radians && code >= 50 && code <= 58) ? v * kRadPerDeg : v;
+    // Lists carry angles in radians, whatever the file's unit.
+    rb->resval.rreal = (anglesInDegrees && dx::dxf::isAngleCode(code)) ? v * kRadPerDeg : v;
     push(rb);
   }
   void integer(int code, int64_t v) override {
@@ -140,13 +137,6 @@ struct ListTags {
       tags.push_back(t);
     }
   }
-
-  // Back to the file's degrees (see listAnglesInRadians).
-  void anglesToDegrees(std::string_view objectType) {
-    if (!listAnglesInRadians(objectType)) return;
-    for (InTag& t : tags)
-      if (t.code >= 50 && t.code <= 58 && t.kind == dx::dxf::Kind::Double && !t.dims) t.real /= kRadPerDeg;
-  }
 };
 
 
@@ -204,7 +194,6 @@ resbuf* dxdbEntGet(const dx_name ent, const resbuf* apps) {
   DxDbObject* o = objectOf(id);
   if (!o || id.isErased()) return nullptr;
   ListSink sink;
-  sink.radians = listAnglesInRadians(schemaOf(*o)->dxfName);
   resbuf* first = dxutNewRb(-1);
   dxdbIdToName(first->resval.rlname, id);
   sink.push(first);
@@ -240,7 +229,6 @@ int dxdbEntMake(const resbuf* list) {
   if (!db || !list) return RTERROR;
   ListTags lt(list);
   if (lt.type.empty()) return RTERROR;
-  lt.anglesToDegrees(lt.type);
   DxRxClass* cls = classForList(lt);
   const ClassSchema* sc = cls ? schemaOf(cls) : nullptr;
   if (!sc) return RTERROR;
@@ -306,7 +294,6 @@ int dxdbEntMod(const resbuf* list) {
     o->close();
     return RTERROR;
   }
-  lt.anglesToDegrees(sc->dxfName);
   LoadContext ctx;
   ctx.db = Access::stub(*o)->db;
   ctx.fromEntityList = true;
@@ -441,7 +428,6 @@ resbuf* recordList(DxDbObjectId id, Table t) {
     return sink.head;
   }
   ListSink sink;
-  sink.radians = listAnglesInRadians(schemaOf(*o)->dxfName);
   resbuf* first = dxutNewRb(-1);
   dxdbIdToName(first->resval.rlname, id);
   sink.push(first);

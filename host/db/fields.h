@@ -161,6 +161,14 @@ inline FieldDef custom(int code, std::vector<int> more, SetFn set, EmitFn emit,
   return f;
 }
 
+// A part that begins with a group of code and runs to the end of its subclass (a hatch's
+// boundary: loops, edges, pattern lines and seed points repeat codes of other fields).
+inline FieldDef rest(int code, SetFn set, EmitFn emit, const char* name = "") {
+  FieldDef f = custom(code, {}, set, emit, nullptr, name);
+  f.rest = true;
+  return f;
+}
+
 // A group that stays where it is, unmodelled, and that no earlier subclass may take.
 inline FieldDef keep(int code, const char* name = "") {
   FieldDef f;

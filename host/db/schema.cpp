@@ -2,6 +2,7 @@
 #include "host/db/schema.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <mutex>
 #include <unordered_map>
@@ -19,6 +20,16 @@ Ver verFromAcad(std::string_view v) {
   return Ver::R12;
 }
 const char* acadFromVer(Ver v) { return kAcad[int(v)]; }
+
+double listAngleToDegrees(double radians) {
+  constexpr double kRadPerDeg = M_PI / 180.0;
+  double deg = radians / kRadPerDeg;
+  for (double scale : {1.0, 1e3, 1e6, 1e9}) {
+    double near = std::round(deg * scale) / scale;
+    if (near * kRadPerDeg == radians) return near;
+  }
+  return deg;
+}
 
 Ver verFromDwgVersion(DxDbDwgVersion v) {
   switch (v) {
@@ -254,8 +265,19 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
   int16_t lastField = -1;
   bool unknown = false;
   bool bodySeen = false;
+  int16_t restField = -1;  // a field of the current subclass taking every further group
   std::unordered_map<int, int> overwritten;
 
+  // Entity lists carry angles in radians; the object keeps the file's unit.
+  InTag converted;
+  auto inFileUnit = [&](const InTag& t, const FieldDef* f) -> const InTag& {
+    if (!ctx.fromEntityList || !dxf::isAngleCode(t.code) || t.dims || t.kind != dxf::Kind::Double ||
+        !sc.inDegrees(f))
+      return t;
+    converted = t;
+    converted.real = listAngleToDegrees(t.real);
+    return converted;
+  };
   for (size_t k = 0; k < tags.size(); ++k) {
     const InTag& t = tags[k];
     if (t.code >= 1000) {
@@ -267,6 +289,7 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
       break;
     }
     if (t.code == 100 || t.code == 101) {
+      restField = -1;
       int found = -1;
       if (t.code == 100)
         for (int j = cur + 1; j < int(subs.size()); ++j)
@@ -282,11 +305,17 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
       }
       // A subclass the host does not model: kept whole up to the next known marker.
       unknown = true;
-      if (keepExtras) runs.add(t, int16_t(cur), int16_t(cur >= 0 ? subs[size_t(cur)].fields.size() : 0));
+      if (keepExtras) runs.add(inFileUnit(t, nullptr), int16_t(cur), int16_t(cur >= 0 ? subs[size_t(cur)].fields.size() : 0));
       continue;
     }
     if (unknown) {
-      if (keepExtras) runs.add(t, int16_t(cur), int16_t(cur >= 0 ? subs[size_t(cur)].fields.size() : 0));
+      if (keepExtras) runs.add(inFileUnit(t, nullptr), int16_t(cur), int16_t(cur >= 0 ? subs[size_t(cur)].fields.size() : 0));
+      continue;
+    }
+    if (restField >= 0) {
+      const FieldDef& f = subs[size_t(cur)].fields[size_t(restField)];
+      ctx.firstHit = false;
+      f.set(o, inFileUnit(t, &f), ctx);
       continue;
     }
     int si = cur, fi = -1;
@@ -294,7 +323,7 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
     if (here >= 0 && !subs[size_t(cur)].fields[size_t(here)].set) {
       // A group this subclass keeps as it is, in its place.
       lastField = int16_t(here);
-      if (keepExtras) runs.add(t, int16_t(cur), lastField);
+      if (keepExtras) runs.add(inFileUnit(t, &subs[size_t(cur)].fields[size_t(here)]), int16_t(cur), lastField);
       continue;
     }
     if (here >= 0 && (!filled[base(size_t(cur)) + size_t(here)] || subs[size_t(cur)].fields[size_t(here)].repeat))
@@ -324,20 +353,22 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
     if (fi >= 0) {
       const FieldDef& f = subs[size_t(si)].fields[size_t(fi)];
       ctx.firstHit = !filled[base(size_t(si)) + size_t(fi)];
-      f.set(o, t, ctx);
+      f.set(o, inFileUnit(t, &f), ctx);
       filled[base(size_t(si)) + size_t(fi)] = 1;
       if (si == cur && f.code >= 0) lastField = int16_t(fi);
+      if (si == cur && f.rest) restField = int16_t(fi);
       continue;
     }
     if (!keepExtras && ctx.fromEntityList) {
       // A changed list may change kept groups too: the n-th group of a code replaces the
       // n-th kept one (links and markers stay the host's).
       if (t.code != 100 && t.code != 101 && t.code != 102 && t.code != 330 && t.code != 360 && t.code != 5)
-        overwriteKept(o, t, overwritten[t.code]++);
+        overwriteKept(o, inFileUnit(t, nullptr), overwritten[t.code]++);
       continue;
     }
     // Before any subclass: application groups stay ahead of the owner, the rest after it.
-    if (keepExtras) runs.add(t, int16_t(cur), cur >= 0 ? lastField : int16_t(t.code == 102 && !bodySeen ? -1 : 0));
+    if (keepExtras)
+      runs.add(inFileUnit(t, nullptr), int16_t(cur), cur >= 0 ? lastField : int16_t(t.code == 102 && !bodySeen ? -1 : 0));
     if (cur < 0 && t.code != 102) bodySeen = true;
   }
   if (sc.afterLoad) sc.afterLoad(o, ctx);
@@ -356,6 +387,7 @@ static void emitRuns(const ObjectExtras* ex, Sink& out, int sub, int after) {
 void emitObject(const DxDbObject& o, Sink& out, bool withXData) {
   const ClassSchema* sc = schemaOf(o);
   if (!sc) return;
+  out.anglesInDegrees = sc->inDegrees(nullptr);
   const ObjectExtras* ex = Access::extras(o);
   Stub* st = Access::stub(o);
   if (auto* u = DxRxObject::cast<DxDbUnknownEntity>(&o))
@@ -386,8 +418,11 @@ void emitObject(const DxDbObject& o, Sink& out, bool withXData) {
     emitRuns(ex, out, int(si), -1);
     for (size_t fi = 0; fi < s.fields.size(); ++fi) {
       const FieldDef& f = s.fields[fi];
-      if (out.version >= f.minVer && f.emit && !(f.isDefault && f.isDefault(o)))
+      if (out.version >= f.minVer && f.emit && !(f.isDefault && f.isDefault(o))) {
+        out.anglesInDegrees = sc->inDegrees(&f);
         f.emit(o, out, f.code);
+        out.anglesInDegrees = sc->inDegrees(nullptr);
+      }
       emitRuns(ex, out, int(si), int(fi));
     }
     emitRuns(ex, out, int(si), int(s.fields.size()));

@@ -79,6 +79,7 @@ class Sink {
   virtual void nameRef(int code, DxDbObjectId, std::string_view name) { str(code, name); }
   Ver version = Ver::R2018;
   bool entityList = false;  // entity lists show every group, the file omits defaults
+  bool anglesInDegrees = true;  // of the field being emitted (see AngleUnit)
 };
 
 struct LoadContext;
@@ -86,6 +87,15 @@ struct LoadContext;
 using SetFn = void (*)(DxDbObject& o, const InTag& t, LoadContext& ctx);
 using EmitFn = void (*)(const DxDbObject& o, Sink& out, int code);
 using IsDefaultFn = bool (*)(const DxDbObject& o);
+
+// Unit of the angle groups (50-58) in the file; entity lists carry every angle in
+// radians. ByClass: the unit of the class (degrees unless the class says otherwise).
+enum class AngleUnit : uint8_t { ByClass, Degrees, Radians };
+
+// An angle of an entity list (radians) in degrees, as the file keeps it. A value written
+// with a few decimals comes back exactly: a list that is given back unchanged changes
+// nothing.
+double listAngleToDegrees(double radians);
 
 enum class Table : uint8_t { None, Layer, Linetype, Style, DimStyle, Block, AppId, Ucs, View, Vport };
 
@@ -98,6 +108,8 @@ struct FieldDef {
   IsDefaultFn isDefault = nullptr;  // when it says true the file omits the field
   Ver minVer = Ver::R12;
   bool repeat = false;       // takes any number of groups (a list)
+  bool rest = false;         // from its first group on, takes every group of its subclass
+  AngleUnit angles = AngleUnit::ByClass;
 };
 
 struct SubclassDef {
@@ -127,6 +139,11 @@ struct ClassSchema {
   std::vector<SubclassDef> subclasses;
   bool isEntity = false;
   int handleCode = 5;  // DIMSTYLE records use 105
+  AngleUnit angles = AngleUnit::Degrees;  // of angle groups no field names otherwise
+  bool inDegrees(const FieldDef* f) const {
+    AngleUnit u = f && f->angles != AngleUnit::ByClass ? f->angles : angles;
+    return u != AngleUnit::Radians;
+  }
   // Class-specific finishing after all groups were applied (derived values).
   void (*afterLoad)(DxDbObject& o, LoadContext& ctx) = nullptr;
   void finalize();

@@ -24,6 +24,8 @@ Kind kindOf(int code);
 // Codes whose string value is a handle reference (330-369, 390-399, 480-481, 1005) or
 // the object's own handle (5, 105).
 bool isHandleCode(int code);
+// Codes of angles (50-58): degrees in files unless a class says otherwise.
+inline bool isAngleCode(int code) { return code >= 50 && code <= 58; }
 // The x code of a point (10-18, 110-112, 210, 1010-1013): the y and z codes are +10, +20.
 bool isPointCode(int code);
 

@@ -17,7 +17,7 @@ struct Access::Schemas<DxDbMText> {
   static void define() {
     {
       using M = DxDbMText;
-      entity<M>("MTEXT",
+      ClassSchema* sc = entity<M>("MTEXT",
                 {sub("AcDbMText",
                      {
                          req<&M::m_location>(10, "insert"),
@@ -80,6 +80,8 @@ struct Access::Schemas<DxDbMText> {
                          opt<&M::m_lsStyle, 1>(73, "line_spacing_style"),
                          opt<&M::m_lsFactor, 1.0>(44, "line_spacing_factor"),
                      })});
+      // The file gives the rotation (and any other angle) of a multiline text in radians.
+      sc->angles = AngleUnit::Radians;
     }
   }
 };
