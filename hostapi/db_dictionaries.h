@@ -1,0 +1,147 @@
+// Draxel host interface, database family: dictionaries, groups, extension records,
+// image definitions, layouts.
+#pragma once
+
+#include "hostapi/db_objects.h"
+
+// ---------------------------------------------------------------------------------------
+// Dictionaries, groups and other objects
+
+class DxDbDictionaryIterator {
+ public:
+  DxDbDictionaryIterator(std::vector<std::pair<std::string, DxDbObjectId>> items)
+      : m_items(std::move(items)) {}
+  bool done() const { return m_pos >= m_items.size(); }
+  bool next() { return ++m_pos < m_items.size(); }
+  const char* name() const { return m_items[m_pos].first.c_str(); }
+  DxDbObjectId objectId() const { return m_items[m_pos].second; }
+  template <class T>
+  Dxad::ErrorStatus getObject(T*& obj, DxDb::OpenMode mode) const {
+    return dxdbOpenObject(obj, objectId(), mode);
+  }
+
+ private:
+  std::vector<std::pair<std::string, DxDbObjectId>> m_items;
+  size_t m_pos = 0;
+};
+
+class DxDbDictionary : public DxDbObject {
+  DX_DB_RECORD_CLASS(DxDbDictionary);
+  DxDbDictionary() = default;
+  Dxad::ErrorStatus getAt(const char* key, DxDbObjectId& id) const;
+  template <class T>
+  Dxad::ErrorStatus getAt(const char* key, T*& obj, DxDb::OpenMode mode) const {
+    DxDbObjectId id;
+    if (auto es = getAt(key, id); es != Dxad::eOk) return es;
+    return dxdbOpenObject(obj, id, mode);
+  }
+  bool has(const char* key) const;
+  bool has(DxDbObjectId id) const;
+  // Takes ownership of a new object (or re-points an existing key).
+  Dxad::ErrorStatus setAt(const char* key, DxDbObject* obj, DxDbObjectId& id);
+  Dxad::ErrorStatus remove(const char* key);
+  Dxad::ErrorStatus remove(DxDbObjectId id);
+  Dxad::ErrorStatus nameAt(DxDbObjectId id, std::string& key) const;
+  uint32_t numEntries() const;
+  DxDbDictionaryIterator* newIterator() const;
+  bool isHardOwner() const { return m_hardOwner != 0; }
+
+ protected:
+  friend struct dx::db::Access;
+  std::vector<std::pair<std::string, DxDbObjectId>> m_items;  // in file order
+  int16_t m_hardOwner = 0, m_cloning = 1;
+  bool m_softKeys = false;  // entries written as 350 instead of 360
+};
+
+class DxDbDictionaryWithDefault : public DxDbDictionary {
+  DX_DB_RECORD_CLASS(DxDbDictionaryWithDefault);
+  DxDbDictionaryWithDefault() = default;
+
+ private:
+  friend struct dx::db::Access;
+  DxDbObjectId m_default;
+};
+
+class DxDbGroup : public DxDbObject {
+  DX_DB_RECORD_CLASS(DxDbGroup);
+  DxDbGroup() = default;
+  explicit DxDbGroup(const char* description, bool selectable = true);
+  Dxad::ErrorStatus append(DxDbObjectId id);
+  Dxad::ErrorStatus append(const DxDbObjectIdArray& ids);
+  Dxad::ErrorStatus remove(DxDbObjectId id);
+  bool has(DxDbObjectId id) const;
+  uint32_t numEntities() const;
+  uint32_t allEntityIds(DxDbObjectIdArray& ids) const;
+  const char* description() const { return m_description.c_str(); }
+  Dxad::ErrorStatus setDescription(const char* d);
+  bool isSelectable() const { return m_selectable != 0; }
+  bool isAnonymous() const { return m_unnamed != 0; }
+  Dxad::ErrorStatus setAnonymous();
+  // The group's key in the group dictionary.
+  Dxad::ErrorStatus getName(std::string& name) const;
+
+ private:
+  friend struct dx::db::Access;
+  std::string m_description;
+  int16_t m_unnamed = 0, m_selectable = 1;
+  DxDbObjectIdArray m_entities;
+};
+
+class DxDbXrecord : public DxDbObject {
+  DX_DB_RECORD_CLASS(DxDbXrecord);
+  DxDbXrecord() = default;
+  // The data chain (any group codes); the caller releases it.
+  Dxad::ErrorStatus rbChain(resbuf** chain) const;
+  Dxad::ErrorStatus setFromRbChain(const resbuf* chain);
+
+ private:
+  friend struct dx::db::Access;
+  int16_t m_cloning = 1;
+};
+
+class DxDbRasterImageDef : public DxDbObject {
+  DX_DB_RECORD_CLASS(DxDbRasterImageDef);
+  DxDbRasterImageDef() = default;
+  const char* sourceFileName() const { return m_file.c_str(); }
+  Dxad::ErrorStatus setSourceFileName(const char* f);
+  DxGePoint2d size() const { return m_size; }  // pixels
+  void setSize(const DxGePoint2d& s) { m_size = s; }
+  DxGeVector2d resolutionMMPerPixel() const { return m_pixelSize; }
+  bool isLoaded() const { return m_loaded != 0; }
+  Dxad::ErrorStatus load();
+
+ private:
+  friend struct dx::db::Access;
+  int32_t m_classVersion = 0;
+  std::string m_file;
+  DxGePoint2d m_size{1, 1};
+  DxGeVector2d m_pixelSize{1, 1};
+  int16_t m_loaded = 1, m_resUnits = 0;
+};
+
+class DxDbLayout : public DxDbObject {
+  DX_DB_RECORD_CLASS(DxDbLayout);
+  DxDbLayout() = default;
+  const char* getLayoutName() const { return m_name.c_str(); }
+  Dxad::ErrorStatus setLayoutName(const char* n);
+  DxDbObjectId getBlockTableRecordId() const { return m_block; }
+  Dxad::ErrorStatus setBlockTableRecordId(DxDbObjectId id);
+  int getTabOrder() const { return m_tabOrder; }
+
+ private:
+  friend struct dx::db::Access;
+  std::string m_name;
+  int16_t m_layoutFlags = 1, m_tabOrder = 0;
+  DxDbObjectId m_block;
+};
+
+// Any object class the host does not model: kept whole.
+class DxDbUnknownObject : public DxDbObject {
+  DX_DB_RECORD_CLASS(DxDbUnknownObject);
+  DxDbUnknownObject() = default;
+  const std::string& dxfName() const { return m_dxfName; }
+
+ private:
+  friend struct dx::db::Access;
+  std::string m_dxfName;
+};
