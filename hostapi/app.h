@@ -17,6 +17,12 @@ class CVmUserProfile {
   virtual bool writeString(const char* section, const char* key, const char* value) = 0;
 };
 
+// A settings file of the profile's form at a path a module names (its own settings, kept
+// beside the host's program, for example). Written as settings files of the host's
+// platform are: CR LF line ends, values without surrounding blanks, and only into a folder
+// that exists. The caller deletes the object.
+CVmUserProfile* dxutOpenSettingsFile(const char* path);
+
 // The host system object.
 class CVmSystem {
  public:

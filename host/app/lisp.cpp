@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host/app/app.h"
+#include "host/base/case.h"
 
 namespace fs = std::filesystem;
 
@@ -30,7 +31,7 @@ bool parseCall(const std::string& expr, std::string& name, std::string& arg) {
   size_t start = i;
   while (i < n && std::isalpha(static_cast<unsigned char>(expr[i]))) ++i;
   name = expr.substr(start, i - start);
-  for (char& c : name) c = char(std::toupper(static_cast<unsigned char>(c)));
+  name = dx::base::upper(name);
   blanks();
   if (i >= n || expr[i] != '"') return false;
   ++i;

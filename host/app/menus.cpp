@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "host/app/app.h"
+#include "host/base/case.h"
 #include "host/app/profile.h"
 
 namespace fs = std::filesystem;
@@ -20,13 +21,7 @@ std::vector<MenuGroup>& groups() {
   return g;
 }
 
-bool iequals(const std::string& a, const std::string& b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i)
-    if (std::toupper(static_cast<unsigned char>(a[i])) != std::toupper(static_cast<unsigned char>(b[i])))
-      return false;
-  return true;
-}
+using dx::base::iequals;
 
 // Where a menu file named without a folder is looked for: beside the loaded modules, the
 // program, in the program's settings folder, on the support path of the profile, and in

@@ -82,7 +82,7 @@ bool ProfileFile::readString(const char* section, const char* key, std::string& 
     if (sectionHeader(line, name)) {
       inSection = iequal(name, section);
     } else if (inSection && keyLine(line, k, v) && iequal(k, key)) {
-      value = v;
+      value = m_form.trimValues ? trim(v) : v;
       return true;
     }
   }
@@ -126,12 +126,12 @@ bool ProfileFile::writeString(const char* section, const char* key, const char* 
 
   std::error_code ec;
   fs::path target(m_path);
-  if (target.has_parent_path()) fs::create_directories(target.parent_path(), ec);
+  if (target.has_parent_path() && m_form.makeFolder) fs::create_directories(target.parent_path(), ec);
   std::string tmp = m_path + ".tmp" + std::to_string(getpid());
   {
     std::ofstream out(tmp, std::ios::binary | std::ios::trunc);
     if (!out) return false;
-    for (const std::string& l : lines) out << l << '\n';
+    for (const std::string& l : lines) out << l << (m_form.crlf ? "\r\n" : "\n");
     out.flush();
     if (!out) {
       out.close();
@@ -148,3 +148,7 @@ bool ProfileFile::writeString(const char* section, const char* key, const char* 
 }
 
 }  // namespace dx::app
+
+CVmUserProfile* dxutOpenSettingsFile(const char* path) {
+  return new dx::app::ProfileFile(path ? path : "", dx::app::ProfileFile::kSettingsFile);
+}

@@ -15,13 +15,23 @@ std::string profilePath();
 
 class ProfileFile : public CVmUserProfile {
  public:
-  explicit ProfileFile(std::string path) : m_path(std::move(path)) {}
+  // How a file is written: the user profile with LF ends, values as written after "=",
+  // and its folder made when missing; settings files of modules as dxutOpenSettingsFile says.
+  struct Form {
+    bool crlf = false;
+    bool trimValues = false;
+    bool makeFolder = true;
+  };
+  static constexpr Form kSettingsFile{true, true, false};
+
+  explicit ProfileFile(std::string path, Form form = {}) : m_path(std::move(path)), m_form(form) {}
   bool readString(const char* section, const char* key, std::string& value) const override;
   bool writeString(const char* section, const char* key, const char* value) override;
   const std::string& path() const { return m_path; }
 
  private:
   std::string m_path;
+  Form m_form;
 };
 
 }  // namespace dx::app

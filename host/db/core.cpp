@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "host/base/case.h"
 #include "host/db/database_impl.h"
 
 using namespace dx::db;
@@ -529,12 +530,7 @@ DxDbSymbolTable* DatabaseImpl::table(Table t) const {
   return s ? static_cast<DxDbSymbolTable*>(s->obj) : nullptr;
 }
 
-std::string dx::db::upperKey(std::string_view s) {
-  std::string k(s);
-  for (char& c : k)
-    if (c >= 'a' && c <= 'z') c = char(c - 'a' + 'A');
-  return k;
-}
+std::string dx::db::upperKey(std::string_view s) { return dx::base::upper(s); }
 
 DxDbObjectId DatabaseImpl::recordId(Table t, std::string_view name) const {
   DxDbSymbolTable* tab = table(t);

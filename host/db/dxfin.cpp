@@ -90,6 +90,8 @@ class Reader {
   bool readObjects();
   bool skipSection(std::string_view name, bool keep = true);
   DxDbObject* makeObject(Record& rec, bool entity);
+  // BLOCK or ENDBLK of a block table record.
+  DxDbObjectId makeBlockMarker(Record& rec, DxDbObjectId btrId);
   DxDbObject* makeEntity(Record& rec, DxDbObjectId defaultOwner);
   void finishSequence();
   DxDbObjectId btrOf(DxDbObjectId id) const {
@@ -520,13 +522,7 @@ bool Reader::readBlocks() {
     if (!Access::blockBegin(*btr).isNull()) {
       // A second definition of the same block: its entities join the first.
     }
-    rec.hasOwner = false;
-    DxDbObject* begin = makeObject(rec, true);
-    Access::owner(*begin) = btrId;
-    applyTags(*begin, *schemaOf(*begin), rec.tags, m_ctx);
-    if (static_cast<DxDbEntity*>(begin)->layerId().isNull())
-      Access::layer(*static_cast<DxDbEntity*>(begin)) = m_db.layerZero;
-    Access::blockBegin(*btr) = begin->objectId();
+    Access::blockBegin(*btr) = makeBlockMarker(rec, btrId);
     // Entities up to ENDBLK.
     while (true) {
       if (!nextTag(t)) return fail("unexpected end of file in block '" + name + "'");
@@ -535,13 +531,7 @@ bool Reader::readBlocks() {
       if (!readRecord(rec)) return false;
       if (rec.type == "ENDBLK") {
         finishSequence();
-        rec.hasOwner = false;
-        DxDbObject* end = makeObject(rec, true);
-        Access::owner(*end) = btrId;
-        applyTags(*end, *schemaOf(*end), rec.tags, m_ctx);
-        if (static_cast<DxDbEntity*>(end)->layerId().isNull())
-          Access::layer(*static_cast<DxDbEntity*>(end)) = m_db.layerZero;
-        Access::blockEnd(*btr) = end->objectId();
+        Access::blockEnd(*btr) = makeBlockMarker(rec, btrId);
         break;
       }
       if (rec.type == "ENDSEC") return fail("block '" + name + "' without ENDBLK");
@@ -549,6 +539,17 @@ bool Reader::readBlocks() {
     }
   }
   return fail("unexpected end of file in BLOCKS");
+}
+
+DxDbObjectId Reader::makeBlockMarker(Record& rec, DxDbObjectId btrId) {
+  rec.hasOwner = false;
+  DxDbObject* o = makeObject(rec, true);
+  Access::owner(*o) = btrId;
+  applyTags(*o, *schemaOf(*o), rec.tags, m_ctx);
+  // Markers that name no layer are on layer 0.
+  auto* e = static_cast<DxDbEntity*>(o);
+  if (e->layerId().isNull()) Access::layer(*e) = m_db.layerZero;
+  return o->objectId();
 }
 
 bool Reader::readEntities() {

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <unordered_map>
 
+#include "host/base/case.h"
 #include "host/db/database_impl.h"
 
 using namespace dx::db;
@@ -175,7 +176,7 @@ std::vector<InTag> withoutXData(const ListTags& lt) {
 bool appMatches(const char* name, const char* pat) {
   if (!*pat) return !*name;
   if (*pat == '*') return appMatches(name, pat + 1) || (*name && appMatches(name + 1, pat));
-  return *name && std::toupper((unsigned char)*name) == std::toupper((unsigned char)*pat) &&
+  return *name && dx::base::upperAscii(*name) == dx::base::upperAscii(*pat) &&
          appMatches(name + 1, pat + 1);
 }
 

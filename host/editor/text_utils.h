@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "host/base/case.h"
 #include "hostapi/geometry.h"
 
 namespace dx::ed {
@@ -65,8 +66,8 @@ std::vector<Answer> tokenizeLine(std::string_view line);
 // point). Relative forms need last.
 bool parsePoint(std::string_view s, const std::optional<DxGePoint3d>& last, DxGePoint3d& out);
 
-std::string upper(std::string_view s);
-bool iequals(std::string_view a, std::string_view b);
+using base::iequals;
+using base::upper;
 std::string formatPoint(const DxGePoint3d& p, int unit = 2, int prec = 4);
 
 }  // namespace dx::ed

@@ -254,20 +254,6 @@ bool parseAngle(std::string_view in, int unit, double& rad) {
   return true;
 }
 
-std::string upper(std::string_view s) {
-  std::string r(s);
-  for (char& c : r) c = char(std::toupper(static_cast<unsigned char>(c)));
-  return r;
-}
-
-bool iequals(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i)
-    if (std::toupper(static_cast<unsigned char>(a[i])) != std::toupper(static_cast<unsigned char>(b[i])))
-      return false;
-  return true;
-}
-
 std::string formatPoint(const DxGePoint3d& p, int unit, int prec) {
   return formatDistance(p.x, unit, prec, 8) + "," + formatDistance(p.y, unit, prec, 8) + "," +
          formatDistance(p.z, unit, prec, 8);

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "host/base/case.h"
 #include "hostapi/editor.h"
 #include "hostapi/resource.h"
 #include "hostapi/ui.h"
@@ -36,10 +37,7 @@ std::string valueOf(const DxUiDialogValues& v, uint32_t id) {
   return it == v.end() ? std::string() : it->second;
 }
 
-std::string upper(std::string s) {
-  for (char& c : s) c = char(std::toupper(static_cast<unsigned char>(c)));
-  return s;
-}
+using dx::base::upper;
 
 // A keyword answer by its capital letters or in full, with or without "_".
 bool answers(const std::string& in, const char* full, const char* shortForm) {

@@ -167,7 +167,8 @@ void Session::notifyCommand(void (DxEditorReactor::*fn)(const char*), const std:
   for (auto* r : std::vector(editorReactors)) (r->*fn)(name.c_str());
 }
 
-Frame* Session::start(const DxEdCommand* cmd, Frame* parent, bool fromCall, bool echo) {
+Frame* Session::start(const DxEdCommand* cmd, Frame* parent, bool fromCall, bool echo,
+                      std::vector<Answer> given) {
   auto frame = std::make_unique<Frame>();
   Frame* f = frame.get();
   f->name = upper(cmd->globalName);
@@ -180,6 +181,7 @@ Frame* Session::start(const DxEdCommand* cmd, Frame* parent, bool fromCall, bool
     f->undoStart = f->doc->journalPosition();
     f->undoStepsBefore = f->doc->undo.size();
   }
+  for (Answer& a : given) f->queue.push_back(std::move(a));
   DxRxFunctionPtr handler = cmd->handler;
   f->fiber = std::make_unique<CommandFiber>([handler] {
     if (handler) handler();
@@ -201,28 +203,9 @@ bool Session::startWord(const std::string& word, Frame* parent, bool fromCall, b
     // A variable's name works like SETVAR with the name already given.
     const DxEdCommand* setvar = findCommand("._SETVAR");
     if (!setvar) return false;
-    auto frameName = upper(bare);
-    Answer a = Answer::text_(frameName);
+    Answer a = Answer::text_(upper(bare));
     a.shown = true;
-    // Queue the name before the first resume so SETVAR does not ask for it.
-    auto frame = std::make_unique<Frame>();
-    Frame* f = frame.get();
-    f->name = "SETVAR";
-    f->command = setvar;
-    f->parent = parent;
-    f->echo = echo;
-    f->doc = m_current;
-    f->topLevel = parent == nullptr;
-    if (f->topLevel && f->doc) {
-      f->undoStart = f->doc->journalPosition();
-      f->undoStepsBefore = f->doc->undo.size();
-    }
-    f->queue.push_back(a);
-    DxRxFunctionPtr handler = setvar->handler;
-    f->fiber = std::make_unique<CommandFiber>([handler] { handler(); });
-    m_frames.push_back(std::move(frame));
-    notifyCommand(&DxEditorReactor::commandWillStart, f->name);
-    runFrame(f);
+    start(setvar, parent, fromCall, echo, {a});
     return true;
   }
   for (auto* r : std::vector(editorReactors)) r->unknownCommand(word.c_str());

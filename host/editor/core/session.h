@@ -135,7 +135,9 @@ class Session {
   // Looks a command line word up: "_" global, "." host, "-" options form, "'" transparent.
   const DxEdCommand* findCommand(const std::string& word) const;
   // Starts a command; runs it until it ends or waits. Null for an unknown command.
-  Frame* start(const DxEdCommand* cmd, Frame* parent, bool fromCall, bool echo);
+  // Starts a command on its own stack; answers already given are queued before it runs.
+  Frame* start(const DxEdCommand* cmd, Frame* parent, bool fromCall, bool echo,
+               std::vector<Answer> given = {});
   // Runs a command-line word: a command or a system variable name. False: unknown.
   bool startWord(const std::string& word, Frame* parent, bool fromCall, bool echo);
   // Gives a waiting command one answer and runs it until it waits or ends.
