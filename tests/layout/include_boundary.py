@@ -12,7 +12,7 @@ import re
 import sys
 
 FORBIDDEN = {"hostapi": ("host", "express"), "express": ("host",), "host": ("express",)}
-INCLUDE = re.compile(r'^\s*#\s*include\s*[<"]([^>"]+)[>"]', re.M)
+INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*[<"]([^>"]+)[>"]', re.M)
 SOURCES = (".h", ".hpp", ".cpp", ".cc", ".inc", ".def")
 
 

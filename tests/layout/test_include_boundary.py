@@ -36,14 +36,14 @@ class IncludeBoundary(unittest.TestCase):
             write(t, "host/db/schema.h", '#include "hostapi/db.h"\n')
             write(t, "express/env/env.h", '#include "hostapi/db.h"\n')
             write(t, "express/text/ok.cpp", '#include "express/env/env.h"\n#include <vector>\n')
-            write(t, "express/text/top.cpp", '#include <cmath>\n#include "host/db/schema.h"\n')
+            write(t, "express/text/top.cpp", "#include <cmath>\n\n#include \"host/db/schema.h\"\n")
             write(t, "express/text/up.cpp", '#include "../../host/db/schema.h"\n')
             write(t, "host/db/back.cpp", '#include "express/env/env.h"\n')
             write(t, "hostapi/leak.h", "#include <host/db/schema.h>\n")
             code, lines = run(t)
             self.assertEqual(code, 1)
             self.assertEqual(sorted(lines), [
-                "express/text/top.cpp:2: includes host/db/schema.h",
+                "express/text/top.cpp:3: includes host/db/schema.h",
                 "express/text/up.cpp:1: includes ../../host/db/schema.h",
                 "host/db/back.cpp:1: includes express/env/env.h",
                 "hostapi/leak.h:1: includes host/db/schema.h",
