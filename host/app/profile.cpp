@@ -150,5 +150,5 @@ bool ProfileFile::writeString(const char* section, const char* key, const char* 
 }  // namespace dx::app
 
 CVmUserProfile* dxutOpenSettingsFile(const char* path) {
-  return new dx::app::ProfileFile(path ? path : "", dx::app::ProfileFile::kSettingsFile);
+  return new dx::app::ProfileFile(path ? path : "", dx::app::kSettingsFileForm);
 }

@@ -13,25 +13,27 @@ namespace dx::app {
 // ~/.config for an unset XDG_CONFIG_HOME).
 std::string profilePath();
 
+// How a profile file is written: the user profile with LF ends, values as written after
+// "=", and its folder made when missing; settings files of modules as
+// dxutOpenSettingsFile says.
+struct ProfileForm {
+  bool crlf = false;
+  bool trimValues = false;
+  bool makeFolder = true;
+};
+inline constexpr ProfileForm kSettingsFileForm{true, true, false};
+
 class ProfileFile : public CVmUserProfile {
  public:
-  // How a file is written: the user profile with LF ends, values as written after "=",
-  // and its folder made when missing; settings files of modules as dxutOpenSettingsFile says.
-  struct Form {
-    bool crlf = false;
-    bool trimValues = false;
-    bool makeFolder = true;
-  };
-  static constexpr Form kSettingsFile{true, true, false};
-
-  explicit ProfileFile(std::string path, Form form = {}) : m_path(std::move(path)), m_form(form) {}
+  explicit ProfileFile(std::string path, ProfileForm form = {})
+      : m_path(std::move(path)), m_form(form) {}
   bool readString(const char* section, const char* key, std::string& value) const override;
   bool writeString(const char* section, const char* key, const char* value) override;
   const std::string& path() const { return m_path; }
 
  private:
   std::string m_path;
-  Form m_form;
+  ProfileForm m_form;
 };
 
 }  // namespace dx::app
