@@ -284,6 +284,9 @@ class DxDbPolyline : public DxDbCurve {
   // Segment i as an arc: false when the segment is straight.
   bool getArcSegAt(unsigned index, DxGePoint3d& center, double& radius, double& startAng,
                    double& endAng) const;
+  // Segment i as an arc running from vertex i to the next: starts at angle 0 (refVec
+  // points at vertex i), ends at the included angle. eNotApplicable when straight.
+  Dxad::ErrorStatus getArcSegAt(unsigned index, DxGeCircArc3d& arc) const;
   Dxad::ErrorStatus getGeomExtents(DxGePoint3d&, DxGePoint3d&) const override;
   Dxad::ErrorStatus transformBy(const DxGeMatrix3d& xform) override;
   Dxad::ErrorStatus explode(std::vector<DxDbEntity*>& pieces) const override;

@@ -24,6 +24,7 @@ std::vector<VarDef> buildTable() {
   std::vector<VarDef> t = {
       {"ACADVER", T("24.3"), RO},
       {"ANGBASE", R(0), D},
+      {"APERTURE", S(10), 0, 1, 50},
       {"ANGDIR", S(0), D, 0, 1},
       {"ATTDIA", S(0), 0, 0, 1},
       {"ATTMODE", S(1), D, 0, 2},
@@ -64,6 +65,7 @@ std::vector<VarDef> buildTable() {
       {"FILLMODE", S(1), D, 0, 1},
       {"GRIDMODE", S(0), 0, 0, 1},
       {"HIGHLIGHT", S(1), 0, 0, 1},
+      {"HPGAPTOL", R(0), 0},
       {"INSBASE", P3(0, 0, 0), D},
       {"INSNAME", T(""), 0},
       {"INSUNITS", S(0), D, 0, 24},

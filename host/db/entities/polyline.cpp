@@ -171,6 +171,15 @@ bool DxDbPolyline::getArcSegAt(unsigned i, DxGePoint3d& center, double& radius, 
   center = DxGeMatrix3d::planeToWorld(m_normal) * c;
   return true;
 }
+ErrorStatus DxDbPolyline::getArcSegAt(unsigned i, DxGeCircArc3d& arc) const {
+  DxGePoint3d c, start;
+  double r, sa, ea;
+  if (!getArcSegAt(i, c, r, sa, ea) || getPointAt(i, start) != Dxad::eOk) return Dxad::eNotApplicable;
+  double b = m_verts[i].bulge;
+  // A clockwise bulge runs about the opposite normal, so the arc always goes start to end.
+  arc.set(c, b > 0 ? m_normal : -m_normal, start - c, r, 0, 4 * std::atan(std::fabs(b)));
+  return Dxad::eOk;
+}
 ErrorStatus DxDbPolyline::getGeomExtents(DxGePoint3d& a, DxGePoint3d& b) const {
   Box box;
   DxGeMatrix3d toW = DxGeMatrix3d::planeToWorld(m_normal);

@@ -127,6 +127,8 @@ void registerHostCommands(DxEdCommandStack* stack) {
       {"QUIT", kNoUndoMarker, cmd::cmdQuit},
       {"SETVAR", kTransparent, cmd::cmdSetvar},
       {"-PLOT", kModal, cmd::cmdPlot},
+      {"BOUNDARY", kModal, cmd::cmdBoundary},
+      {"-BOUNDARY", kModal, cmd::cmdBoundary},
   };
   for (const Row& r : rows) stack->addCommand(kHostGroup, r.name, r.name, r.flags, r.fn);
 }

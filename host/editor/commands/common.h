@@ -41,5 +41,6 @@ void cmdScript();
 void cmdQuit();
 void cmdSetvar();
 void cmdPlot();
+void cmdBoundary();
 
 }  // namespace dx::ed::cmd

@@ -66,6 +66,7 @@ int commandCall(const resbuf* args) {
   Frame* caller = s.running();
   bool echo = s.getInt("CMDECHO") != 0 && (!caller || caller->echo);
   int result = RTNORM;
+  uint64_t failedBefore = s.failures(caller);
   for (const resbuf* rb = args; rb; rb = rb->rbnext) {
     Frame* t = s.top();
     Frame* pending = t && t != caller && descendsFrom(t, caller) ? t : nullptr;
@@ -92,6 +93,7 @@ int commandCall(const resbuf* args) {
       break;
     }
   }
+  if (s.failures(caller) != failedBefore) result = RTERROR;
   return result;
 }
 

@@ -90,8 +90,16 @@ int Driver::run() {
       }
       break;
     }
+    uint64_t failedBefore = s.failures(nullptr);
+    auto stopOnFailure = [&] {
+      // A script goes no further than a command that failed.
+      if (s.failures(nullptr) == failedBefore || interactiveNow()) return false;
+      m_failure = "a command failed" + (m_lastWhere.empty() ? "" : " at " + m_lastWhere);
+      return true;
+    };
     if (waiting) {
       s.feed(t, std::move(a));
+      if (stopOnFailure()) return 1;
       continue;
     }
     if (!a.shown) {
@@ -114,6 +122,7 @@ int Driver::run() {
       }
       continue;
     }
+    if (stopOnFailure()) return 1;
     s.lastCommandWord = word;
   }
   return 0;

@@ -153,6 +153,10 @@ Frame* Session::running() const {
   return nullptr;
 }
 
+void Session::failCommand() {
+  if (Frame* f = running()) f->failed = true;
+}
+
 std::string Session::cmdNames() const {
   std::string s;
   for (auto& f : m_frames) {
@@ -257,6 +261,8 @@ void Session::finish(Frame* f) {
   }
   std::string name = f->name;
   bool cancelled = f->cancelled, failed = f->failed;
+  if (failed && !cancelled) ++m_failures[f->parent];
+  m_failures.erase(f);
   std::unique_ptr<Frame> keep = std::move(*it);
   m_frames.erase(it);
   if (cancelled && keep->topLevel) output().message("\n*Cancel*\n");

@@ -149,6 +149,14 @@ class Session {
   Frame* running() const;
   const std::vector<std::unique_ptr<Frame>>& frames() const { return m_frames; }
   std::string cmdNames() const;
+  // Ends the running command with an error status once it returns: a command call
+  // that ran it reports RTERROR, a script stops.
+  void failCommand();
+  // Commands started by parent (null: the command line) that ended with an error.
+  uint64_t failures(const Frame* parent) const {
+    auto it = m_failures.find(parent);
+    return it == m_failures.end() ? 0 : it->second;
+  }
   // Answers for prompts asked outside any command (tests and module start-up code).
   std::deque<Answer> directAnswers;
 
@@ -191,6 +199,7 @@ class Session {
   std::vector<std::unique_ptr<Frame>> m_frames;
   std::map<std::string, VarValue> m_sessionVars;
   InitGet m_initGet;
+  std::map<const Frame*, uint64_t> m_failures;
 };
 
 // The group of the host's own commands.

@@ -1,0 +1,116 @@
+#!/usr/bin/python3
+"""Areas, layers and object snaps as a script user meets them: draxel runs the script on a
+drawing made here, ezdxf (an independent reader) reads the result back.
+
+Environment: DRAXEL (the program).
+"""
+
+import math
+import os
+import subprocess
+import tempfile
+import unittest
+
+import ezdxf
+from ezdxf import zoom
+
+DRAXEL = os.environ.get("DRAXEL", "draxel")
+
+
+def bulge_area(pl):
+    """Signed area of a closed LWPOLYLINE: shoelace plus the circular segment of each bulge."""
+    pts = list(pl.get_points("xyb"))
+    area = 0.0
+    for i, (x0, y0, b) in enumerate(pts):
+        x1, y1, _ = pts[(i + 1) % len(pts)]
+        area += (x0 * y1 - x1 * y0) / 2
+        if b:
+            theta = 4 * math.atan(b)
+            r = math.hypot(x1 - x0, y1 - y0) / (2 * math.sin(theta / 2))
+            area += r * r / 2 * (theta - math.sin(theta))
+    return area
+
+
+class Geometry(unittest.TestCase):
+    def setUp(self):
+        self.tmpdir = tempfile.TemporaryDirectory()
+        self.tmp = self.tmpdir.name
+        doc = ezdxf.new("R2018")
+        msp = doc.modelspace()
+        for a, b in [((0, 0), (100, 0)), ((100, 0), (100, 100)), ((100, 100), (0, 100)), ((0, 100), (0, 0))]:
+            msp.add_line(a, b)
+        msp.add_circle((30, 30), 10)
+        msp.add_lwpolyline([(60, 60, 0), (80, 60, 1)], format="xyb", close=True)  # half disc
+        zoom.extents(msp)
+        self.base = self.path("base.dxf")
+        doc.saveas(self.base)
+
+    def tearDown(self):
+        self.tmpdir.cleanup()
+
+    def path(self, name):
+        return os.path.join(self.tmp, name)
+
+    def run_script(self, text, drawing=None):
+        scr = self.path("run.scr")
+        with open(scr, "w") as f:
+            f.write(text)
+        out = self.path("out.dxf")
+        if os.path.exists(out):
+            os.remove(out)
+        r = subprocess.run([DRAXEL, drawing or self.base, "-s", scr, "-o", out],
+                           capture_output=True, text=True, timeout=300)
+        self.assertNotIn("left open", r.stdout)
+        return r, out
+
+    def new_polylines(self, out):
+        return ezdxf.readfile(out).modelspace().query("LWPOLYLINE")[1:]  # the half disc is first
+
+    def test_outline_and_islands_keep_their_arcs(self):
+        r, out = self.run_script('-BOUNDARY _A _IS _Y _OB _OPO "" 5,5 ""\n')
+        self.assertEqual(r.returncode, 0, r.stderr)
+        made = self.new_polylines(out)
+        self.assertEqual(len(made), 3)
+        self.assertTrue(all(p.closed and p.dxf.layer == "0" for p in made))
+        self.assertAlmostEqual(bulge_area(made[0]) / 10000, 1, delta=1e-6)
+        islands = sorted(abs(bulge_area(p)) for p in made[1:])
+        for got, want in zip(islands, [math.pi * 50, math.pi * 100]):
+            self.assertAlmostEqual(got / want, 1, delta=1e-6)
+        # Arcs stay arcs: a handful of vertices with bulges, not a flattened chain.
+        self.assertTrue(all(len(p) <= 4 for p in made[1:]))
+        self.assertTrue(all(any(b for *_, b in p.get_points("xyb")) for p in made[1:]))
+
+    def test_point_in_no_area_fails_the_script_and_leaves_the_drawing(self):
+        r, out = self.run_script('-BOUNDARY 150,50\nLINE 0,0 1,1 ""\n')
+        self.assertEqual(r.returncode, 1)
+        self.assertIn("no closed area", r.stdout)
+        self.assertIn("failed", r.stderr)
+        self.assertFalse(os.path.exists(out))
+
+    def test_room_of_a_floor_plan(self):
+        # Walls of separate, overlapping lines; two doors (leaf and swing) in openings;
+        # a table inside; the room next door shares a wall.
+        doc = ezdxf.new("R2018")
+        msp = doc.modelspace()
+        walls = [((-1, 0), (7, 0)), ((5, 0), (16, 0)), ((10, -1), (10, 9)), ((16, -1), (16, 9)),
+                 ((17, 8), (-1, 8)), ((0, 9), (0, 3)), ((0, 2), (0, -1))]
+        for a, b in walls:
+            msp.add_line(a, b)
+        msp.add_line((0, 2), (1, 2))
+        msp.add_arc((0, 2), 1, 0, 90)  # swing closing the opening between y 2 and 3
+        blk = doc.blocks.new("TABLE")
+        blk.add_lwpolyline([(0, 0), (2, 0), (2, 1), (0, 1)], close=True)
+        msp.add_blockref("TABLE", (4, 3), dxfattribs={"xscale": 2, "yscale": 2, "rotation": 90})
+        zoom.extents(msp)
+        plan = self.path("plan.dxf")
+        doc.saveas(plan)
+        r, out = self.run_script('BOUNDARY 8,6 ""\n', drawing=plan)
+        self.assertEqual(r.returncode, 0, r.stderr)
+        made = ezdxf.readfile(out).modelspace().query("LWPOLYLINE")
+        self.assertEqual(len(made), 2)
+        self.assertAlmostEqual(bulge_area(made[0]), 80 - math.pi / 4, delta=1e-9)
+        self.assertAlmostEqual(bulge_area(made[1]), -8, delta=1e-9)  # the table, scaled by 2
+
+
+if __name__ == "__main__":
+    unittest.main()
