@@ -85,7 +85,8 @@ std::vector<VarDef> buildTable() {
       {"NOMUTT", S(0), 0, 0, 1},
       {"OFFSETDIST", R(-1), 0},
       {"ORTHOMODE", S(0), D, 0, 1},
-      {"OSMODE", S(4133), 0, 0, 32767},
+      {"OSMODE", S(0), 0, 0, 32767},  // no running snaps until a script asks for them
+      {"OSNAPCOORD", S(2), 0, 0, 2},
       {"PDMODE", S(0), D},
       {"PDSIZE", R(0), D},
       {"PEDITACCEPT", S(0), 0, 0, 1},

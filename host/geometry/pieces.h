@@ -13,6 +13,7 @@ struct Piece {
   DxGePoint2d a, b;      // start and end
   DxGePoint2d c;         // arcs: centre, radius, start angle, signed sweep (ccw positive)
   double r = 0, a0 = 0, sweep = 0;
+  bool flat = false;     // a chord standing in for a curve that has no exact piece
 
   static Piece line(const DxGePoint2d& a, const DxGePoint2d& b);
   static Piece bulged(const DxGePoint2d& a, const DxGePoint2d& b, double bulge);

@@ -111,6 +111,49 @@ class Geometry(unittest.TestCase):
         self.assertAlmostEqual(bulge_area(made[0]), 80 - math.pi / 4, delta=1e-9)
         self.assertAlmostEqual(bulge_area(made[1]), -8, delta=1e-9)  # the table, scaled by 2
 
+    def test_layer_made_coloured_and_current_then_drawn_on_from_a_corner(self):
+        r, out = self.run_script('-LAYER M PIPES C 1 PIPES ""\nLINE END 99.9,0.1 50,50 ""\n')
+        self.assertEqual(r.returncode, 0, r.stderr)
+        doc = ezdxf.readfile(out)
+        self.assertEqual(doc.layers.get("PIPES").color, 1)
+        self.assertEqual(doc.header["$CLAYER"], "PIPES")
+        line = doc.modelspace().query('LINE[layer=="PIPES"]')[0]
+        self.assertEqual(tuple(line.dxf.start), (100, 0, 0))  # exactly the corner
+        self.assertEqual(tuple(line.dxf.end), (50, 50, 0))
+
+    def test_layer_states_and_names_that_are_missing(self):
+        r, out = self.run_script('-LAYER N A,B F A LO B OFF B S A S NOPE ""\n'
+                                 'CHPROP L "" LA NOPE LA B ""\n')
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertIn('Cannot set frozen layer "A" current', r.stdout)
+        self.assertIn('Cannot find layer "NOPE"', r.stdout)
+        doc = ezdxf.readfile(out)
+        a, b = doc.layers.get("A"), doc.layers.get("B")
+        self.assertTrue(a.is_frozen())
+        self.assertTrue(b.is_locked() and b.is_off())
+        self.assertEqual(doc.header["$CLAYER"], "0")
+        # CHPROP kept asking after the missing layer and moved the last object to B.
+        self.assertEqual(doc.modelspace()[-1].dxf.layer, "B")
+
+    def test_running_snaps_move_script_points_onto_curves(self):
+        # Endpoint and centre on: a point near a corner lands on it, one near the
+        # circle's centre on the centre; OSMODE 0 leaves points where they are.
+        r, out = self.run_script("OSMODE 5\nLINE 99.8,99.9 30.1,29.9 \"\"\n"
+                                 "OSMODE 0\nLINE 99.8,99.9 30.1,29.9 \"\"\n"
+                                 "OSMODE 512\nLINE 50,0.3 50,50 \"\"\n")
+        self.assertEqual(r.returncode, 0, r.stderr)
+        lines = ezdxf.readfile(out).modelspace().query("LINE")[4:]
+        ends = [(tuple(round(v, 9) for v in l.dxf.start), tuple(round(v, 9) for v in l.dxf.end)) for l in lines]
+        self.assertEqual(ends, [((100, 100, 0), (30, 30, 0)), ((99.8, 99.9, 0), (30.1, 29.9, 0)),
+                                ((50, 0, 0), (50, 50, 0))])
+
+    def test_snap_override_far_from_everything_asks_again(self):
+        r, out = self.run_script('LINE MID 40,40 MID 50,0.5 60,60 ""\n')
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertIn("No snap point found", r.stdout)
+        line = ezdxf.readfile(out).modelspace().query("LINE")[-1]
+        self.assertEqual(tuple(line.dxf.start), (50, 0, 0))
+
 
 if __name__ == "__main__":
     unittest.main()

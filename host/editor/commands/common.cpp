@@ -54,9 +54,22 @@ std::string recordName(DxDbObjectId id) {
   return rec ? rec->getName() : std::string();
 }
 
+namespace {
+const char* const kColorNames[] = {"RED", "YELLOW", "GREEN", "CYAN", "BLUE", "MAGENTA", "WHITE"};
+}
+
+std::string colorText(const DxCmColor& c) {
+  int i = c.colorIndex();
+  std::string s = std::to_string(i);
+  if (i < 1 || i > 7) return s;
+  std::string name = kColorNames[i - 1];
+  for (char& ch : name) ch = char(std::tolower(static_cast<unsigned char>(ch)));
+  return s + " (" + name + ")";
+}
+
 bool parseColor(const std::string& in, DxCmColor& c) {
   std::string s = upper(in);
-  static const char* names[] = {"RED", "YELLOW", "GREEN", "CYAN", "BLUE", "MAGENTA", "WHITE"};
+  const auto& names = kColorNames;
   if (s == "BYLAYER") {
     c = DxCmColor();
     c.setColorMethod(DxCmColor::kByLayer);
@@ -129,6 +142,7 @@ void registerHostCommands(DxEdCommandStack* stack) {
       {"-PLOT", kModal, cmd::cmdPlot},
       {"BOUNDARY", kModal, cmd::cmdBoundary},
       {"-BOUNDARY", kModal, cmd::cmdBoundary},
+      {"-LAYER", kModal, cmd::cmdLayer},
   };
   for (const Row& r : rows) stack->addCommand(kHostGroup, r.name, r.name, r.flags, r.fn);
 }

@@ -1,6 +1,7 @@
 // Helpers the host commands share.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,6 +23,8 @@ DxDbObjectId findRecord(DxDbObjectId tableId, const std::string& name);
 std::string recordName(DxDbObjectId id);
 // Colour answers: a number, BYLAYER, BYBLOCK, a colour name or "r,g,b".
 bool parseColor(const std::string& s, DxCmColor& c);
+// "1 (red)", "30".
+std::string colorText(const DxCmColor& c);
 
 void cmdLine();
 void cmdErase();
@@ -42,5 +45,6 @@ void cmdQuit();
 void cmdSetvar();
 void cmdPlot();
 void cmdBoundary();
+void cmdLayer();
 
 }  // namespace dx::ed::cmd

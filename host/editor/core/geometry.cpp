@@ -47,7 +47,72 @@ bool segHitsBox(DxGePoint2d a, DxGePoint2d b, const Box& box) {
          clip(dy, box.hi.y - a.y);
 }
 
+using geo::Piece;
+
+// Seen from above or below: curves in such planes have a true shape in world XY.
+bool parallelToXY(const DxGeVector3d& n) { return std::fabs(n.x) < 1e-9 && std::fabs(n.y) < 1e-9; }
+
+// Chords of a flattened curve (ellipses, splines).
+void addChords(const std::vector<DxGePoint3d>& pts, std::vector<Piece>& out) {
+  for (size_t i = 1; i < pts.size(); ++i) {
+    out.push_back(Piece::line(pts[i - 1].to2d(), pts[i].to2d()));
+    out.back().flat = true;
+  }
+}
+
+// The entity's curves in world XY; curves not lying in a plane parallel to it are left out.
+void collectPieces(const DxDbEntity* e, std::vector<Piece>& out, int depth) {
+  if (auto* l = DxRxObject::cast<DxDbLine>(e)) {
+    out.push_back(Piece::line(l->startPoint().to2d(), l->endPoint().to2d()));
+  } else if (auto* a = DxRxObject::cast<DxDbArc>(e)) {
+    if (!parallelToXY(a->normal())) return;
+    double sweep = std::fmod(a->endAngle() - a->startAngle(), 2 * M_PI);
+    if (sweep <= 0) sweep += 2 * M_PI;
+    DxGePoint2d c = a->center().to2d(), s = a->startPoint().to2d();
+    Piece p = Piece::arc(c, a->radius(), std::atan2(s.y - c.y, s.x - c.x), a->normal().z > 0 ? sweep : -sweep);
+    p.a = s;
+    p.b = a->endPoint().to2d();
+    out.push_back(p);
+  } else if (auto* c = DxRxObject::cast<DxDbCircle>(e)) {
+    if (parallelToXY(c->normal())) out.push_back(Piece::arc(c->center().to2d(), c->radius(), 0, 2 * M_PI));
+  } else if (auto* pl = DxRxObject::cast<DxDbPolyline>(e)) {
+    if (!parallelToXY(pl->normal()) || pl->numVerts() < 2) return;
+    unsigned n = pl->numVerts(), segs = pl->isClosed() ? n : n - 1;
+    double flip = pl->normal().z > 0 ? 1 : -1;  // bulges turn the other way seen from below
+    for (unsigned i = 0; i < segs; ++i) {
+      DxGePoint3d p, q;
+      double b = 0;
+      pl->getPointAt(i, p);
+      pl->getPointAt((i + 1) % n, q);
+      pl->getBulgeAt(i, b);
+      out.push_back(Piece::bulged(p.to2d(), q.to2d(), b * flip));
+    }
+  } else if (auto* el = DxRxObject::cast<DxDbEllipse>(e)) {
+    if (!parallelToXY(el->normal())) return;
+    double t0 = el->startParam(), t1 = el->endParam();
+    while (t1 <= t0) t1 += 2 * M_PI;
+    int n = std::max(8, int(std::ceil((t1 - t0) / (2 * M_PI) * 128)));
+    std::vector<DxGePoint3d> pts;
+    for (int i = 0; i <= n; ++i) {
+      double t = t0 + (t1 - t0) * i / n;
+      pts.push_back(el->center() + el->majorAxis() * std::cos(t) + el->minorAxis() * std::sin(t));
+    }
+    addChords(pts, out);
+  } else if (auto* sp = DxRxObject::cast<DxDbSpline>(e)) {
+    std::vector<DxGePoint3d> pts;
+    sp->getSamplePoints(std::max<int>(64, int(sp->controlPoints().size()) * 8), pts);
+    addChords(pts, out);
+  } else if (depth < 16 && (DxRxObject::cast<DxDbBlockReference>(e) || DxRxObject::cast<DxDbPolylineHeavy>(e))) {
+    std::vector<DxDbEntity*> parts;
+    if (e->explode(parts) == Dxad::eOk)
+      for (DxDbEntity* part : parts) collectPieces(part, out, depth + 1);
+    for (DxDbEntity* part : parts) delete part;
+  }
+}
+
 }  // namespace
+
+void worldPieces(const DxDbEntity* e, std::vector<geo::Piece>& out) { collectPieces(e, out, 0); }
 
 bool Box::contains(const DxGePoint2d& p, double tol) const {
   return p.x >= lo.x - tol && p.x <= hi.x + tol && p.y >= lo.y - tol && p.y <= hi.y + tol;

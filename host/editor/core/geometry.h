@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "host/geometry/pieces.h"
 #include "hostapi/db.h"
 
 namespace dx::ed {
@@ -25,5 +26,9 @@ bool extentsOf(const DxDbEntity* e, Box& box);
 double pickDistance(const DxDbEntity* e, const DxGePoint2d& p, double aperture);
 // Window: entirely inside; crossing: inside or touching the window's edge.
 bool inWindow(const DxDbEntity* e, const Box& window, bool crossing);
+// The entity's curves in world XY as lines and true arcs (ellipses and splines as chords
+// marked flat; block references and old polylines through their parts). Curves in planes
+// not parallel to XY are left out.
+void worldPieces(const DxDbEntity* e, std::vector<geo::Piece>& out);
 
 }  // namespace dx::ed

@@ -229,8 +229,9 @@ int dxedGetPoint(const dx_point base, const char* prompt, dx_point result) {
   Session& s = S();
   InitGet ig = s.takeInitGet();
   std::string p = prompt ? prompt : "";
+  int override = -1;  // snap modes typed for this point
   for (;;) {
-    Answer a = s.ask(p);
+    Answer a = s.ask(override >= 0 ? "\nof " : p);
     if (a.kind == Answer::Cancel) return RTCAN;
     if (a.isEmpty()) {
       if (ig.flags & RSG_NONULL) {
@@ -250,6 +251,10 @@ int dxedGetPoint(const dx_point base, const char* prompt, dx_point result) {
         s.lastInput = kw;
         return RTKWORD;
       }
+      if (!a.quoted && !(ig.flags & RSG_NOOSNAP) && override < 0) {
+        override = osnapModes(a.text);
+        if (override >= 0) continue;
+      }
       ok = parsePoint(a.text, lastUcsPoint(), pt);
       if (!ok && (ig.flags & RSG_OTHER)) {
         s.lastInput = a.text;
@@ -260,6 +265,20 @@ int dxedGetPoint(const dx_point base, const char* prompt, dx_point result) {
       say(ig.keywords.empty() ? "\nInvalid point.\n" : "\nPoint or option keyword required.\n");
       continue;
     }
+    // Running snaps apply to points from scripts and command calls, not to coordinates
+    // typed at the keyboard (OSNAPCOORD 2); an override applies to any point.
+    int osnapCoord = s.getInt("OSNAPCOORD");
+    bool running = !(ig.flags & RSG_NOOSNAP) && (osnapCoord == 0 || (osnapCoord == 2 && !a.shown));
+    int modes = override >= 0 ? override : running ? s.getInt("OSMODE") : 0;
+    DxGePoint3d snapped;
+    if (modes > 0 && osnapPoint(ucsToWorld(pt), modes, snapped)) {
+      pt = worldToUcs(snapped);
+    } else if (override > 0) {
+      say("\nNo snap point found within the aperture.\n");
+      override = -1;
+      continue;
+    }
+    override = -1;
     if (ig.flags & RSG_2D) pt.z = 0;
     rememberPoint(pt);
     result[0] = pt.x, result[1] = pt.y, result[2] = pt.z;

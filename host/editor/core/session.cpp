@@ -154,7 +154,7 @@ Frame* Session::running() const {
 }
 
 void Session::failCommand() {
-  if (Frame* f = running()) f->failed = true;
+  if (Frame* f = running()) f->failed = f->errorStatus = true;
 }
 
 std::string Session::cmdNames() const {
@@ -261,7 +261,8 @@ void Session::finish(Frame* f) {
   }
   std::string name = f->name;
   bool cancelled = f->cancelled, failed = f->failed;
-  if (failed && !cancelled) ++m_failures[f->parent];
+  // An exception is reported and the script goes on; a chosen error status counts.
+  if (f->errorStatus && !cancelled) ++m_failures[f->parent];
   m_failures.erase(f);
   std::unique_ptr<Frame> keep = std::move(*it);
   m_frames.erase(it);

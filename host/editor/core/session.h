@@ -99,6 +99,7 @@ struct Frame {
   bool echo = true;                // prompts and answers go to the command line
   bool cancelled = false;          // ended by a cancel
   bool failed = false;             // ended by an error
+  bool errorStatus = false;        // ended with an error status it chose (failCommand)
   Frame* parent = nullptr;         // the command whose command call started it
   Document* doc = nullptr;
   uint64_t undoStart = 0;
@@ -248,6 +249,10 @@ bool matchesFilter(DxDbObjectId id, const resbuf* filter);
 DxDbObjectId pickAt(const DxGePoint3d& wcsPoint);
 std::vector<DxDbObjectId> windowSelect(const DxGePoint3d& a, const DxGePoint3d& b, bool crossing);
 double pickAperture();
+// Object snaps: OSMODE bits; the typed override's bits (-1: not an override).
+double snapAperture();
+bool osnapPoint(const DxGePoint3d& wcsPoint, int modes, DxGePoint3d& out);
+int osnapModes(const std::string& word);
 bool onLockedLayer(DxDbObjectId id);
 // Current-space entities in drawing order.
 std::vector<DxDbObjectId> currentSpaceEntities();

@@ -59,6 +59,24 @@ bool viewport(DxDbDatabase* db, DxGePoint2d& center, double& height) {
   return true;
 }
 
+// Without a saved view a drawing opens on its extents.
+bool extentsView(DxDbDatabase* db, DxGePoint2d& center, double& height) {
+  resbuf* lo = db->getHeaderVar("EXTMIN");
+  resbuf* hi = db->getHeaderVar("EXTMAX");
+  bool ok = lo && hi && hi->resval.rpoint[0] >= lo->resval.rpoint[0] && hi->resval.rpoint[1] >= lo->resval.rpoint[1] &&
+            hi->resval.rpoint[0] - lo->resval.rpoint[0] < 1e19;
+  if (ok) {
+    double w = hi->resval.rpoint[0] - lo->resval.rpoint[0], h = hi->resval.rpoint[1] - lo->resval.rpoint[1];
+    center = {(lo->resval.rpoint[0] + hi->resval.rpoint[0]) / 2, (lo->resval.rpoint[1] + hi->resval.rpoint[1]) / 2};
+    // The view keeps the screen's proportions around the whole drawing.
+    height = std::max(h, w * 800.0 / 1280.0);
+    ok = height > 0;
+  }
+  dxutRelRb(lo);
+  dxutRelRb(hi);
+  return ok;
+}
+
 VarValue point3(const DxGePoint3d& p) {
   VarValue v;
   v.type = RT3DPOINT;
@@ -125,7 +143,7 @@ bool Session::getVar(const std::string& nameIn, VarValue& v) const {
     } else if ((name == "VIEWCTR" || name == "VIEWSIZE") && db) {
       DxGePoint2d c;
       double h;
-      if (viewport(db, c, h)) {
+      if (viewport(db, c, h) || extentsView(db, c, h)) {
         if (name == "VIEWSIZE") v.real = h;
         else v.pt = {c.x, c.y, 0};
       }
