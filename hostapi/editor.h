@@ -263,7 +263,7 @@ int dxedTrans(const dx_point pt, const resbuf* from, const resbuf* to, int disp,
               dx_point result);
 // Object snap of a point (UCS) with the modes named in mode as the typed overrides are
 // ("nea", "mid", "end", "cen", "int", "nod", "qua", comma separated): the closest such
-// point of the entities within the aperture (exact features before nearest), in UCS.
+// point of the entities within the aperture, in UCS.
 // RTNORM, or RTERROR when nothing is near.
 int dxedOsnap(const dx_point pt, const char* mode, dx_point result);
 // Units: 1 scientific, 2 decimal, 3 engineering, 4 architectural, 5 fractional; -1 for

@@ -21,21 +21,16 @@ enum : int {
 struct Candidates {
   DxGePoint2d at;
   double aperture;
-  bool found = false, nearOnly = true;
+  bool found = false;
   double best = std::numeric_limits<double>::infinity();
   DxGePoint2d point;
-  void offer(const DxGePoint2d& q, bool isNear = false) {
+  // The candidate closest to the given point wins, whatever its mode.
+  void offer(const DxGePoint2d& q) {
     double d = q.distanceTo(at);
-    if (d > aperture) return;
-    // Any exact feature wins over a nearest point.
-    if (!isNear && nearOnly && found) best = std::numeric_limits<double>::infinity();
-    if (isNear && !nearOnly) return;
-    if (d < best) {
-      best = d;
-      point = q;
-      found = true;
-      nearOnly = isNear;
-    }
+    if (d > aperture || d >= best) return;
+    best = d;
+    point = q;
+    found = true;
   }
 };
 
@@ -67,7 +62,7 @@ void offerFeatures(const std::vector<Piece>& pieces, int modes, Candidates& c) {
     if (p.isArc && (modes & kQuad))
       for (int k = 0; k < 4; ++k)
         if (p.angleOn(k * M_PI / 2, 0)) c.offer(p.at(k * M_PI / 2));
-    if (modes & kNear) c.offer(nearestOn(p, c.at), true);
+    if (modes & kNear) c.offer(nearestOn(p, c.at));
   }
   if ((modes & kEnd) && firstFlat && !firstFlat->a.isEqualTo(lastFlat->b)) c.offer(firstFlat->a), c.offer(lastFlat->b);
 }

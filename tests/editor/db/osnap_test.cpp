@@ -45,8 +45,10 @@ TEST_F(OsnapTest, NearestEndMiddleCentreAndIntersection) {
   addLine(60, 40, 60, 60);
   ASSERT_TRUE(snap("int", 60 + ap / 3, 50, q));
   EXPECT_TRUE(q.isEqualTo({60, 50, 0}, 1e-9));
-  // Exact features win over the nearest point even when that lies closer.
-  ASSERT_TRUE(snap("end,nea", 100 - ap / 2, 0.01, q));
+  // With several modes the closest candidate wins.
+  ASSERT_TRUE(snap("end,nea", 100 - ap / 2, ap / 10, q));
+  EXPECT_TRUE(q.isEqualTo({100 - ap / 2, 0, 0}));
+  ASSERT_TRUE(snap("end,mid,nea", 100 + ap / 2, ap / 10, q));  // past the end: the end
   EXPECT_TRUE(q.isEqualTo({100, 0, 0}));
   dx_point p = {0, 0, 0}, r;
   EXPECT_EQ(dxedOsnap(p, "bogus", r), RTERROR);
