@@ -176,12 +176,26 @@ void BoundaryFinder::tangent(const Half& h, bool atEnd, double& angle, double& c
   curvature = p.sweep > 0 ? 1 / p.r : -1 / p.r;
 }
 
+namespace {
+
+// Two pieces along the same way (drawn twice counts as one), or one back along the other.
+bool samePath(const Piece& x, const Piece& y, double tol, bool reversed) {
+  if (x.isArc != y.isArc) return false;
+  const DxGePoint2d& ya = reversed ? y.b : y.a;
+  const DxGePoint2d& yb = reversed ? y.a : y.b;
+  if (!x.a.isEqualTo(ya, tol) || !x.b.isEqualTo(yb, tol)) return false;
+  return !x.isArc || (x.c.isEqualTo(y.c, tol) && (x.sweep > 0) == ((y.sweep > 0) != reversed));
+}
+
+}  // namespace
+
 bool BoundaryFinder::walk(Half start, BoundaryLoop& loop, std::vector<int>& touched) {
   std::vector<Half> halves;
   std::vector<int> near;
   loop.pieces.clear();
   double match = 4 * m_tol;
   Half h = start;
+  const Piece first = part(start);
   size_t guard = 8 * m_edges.size() + 1000;
   for (size_t step = 0;; ++step) {
     if (step > guard) return false;
@@ -189,7 +203,7 @@ bool BoundaryFinder::walk(Half start, BoundaryLoop& loop, std::vector<int>& touc
     Piece pc = part(h);
     touched.push_back(h.edge);
     // A way out and straight back (a loose end) leaves nothing behind.
-    if (!halves.empty() && halves.back() == rev) {
+    if (!halves.empty() && (halves.back() == rev || samePath(loop.pieces.back(), pc, match, true))) {
       halves.pop_back();
       loop.pieces.pop_back();
     } else {
@@ -227,9 +241,11 @@ bool BoundaryFinder::walk(Half start, BoundaryLoop& loop, std::vector<int>& touc
       }
     }
     h = best;
-    if (h == start) break;
+    // Back at the start, or on a curve drawn over it.
+    if (h == start || samePath(part(h), first, match, false)) break;
   }
-  while (halves.size() >= 2 && halves.front() == Half{halves.back().edge, halves.back().index, !halves.back().forward}) {
+  while (halves.size() >= 2 && (halves.front() == Half{halves.back().edge, halves.back().index, !halves.back().forward} ||
+                                 samePath(loop.pieces.front(), loop.pieces.back(), match, true))) {
     halves.erase(halves.begin());
     halves.pop_back();
     loop.pieces.erase(loop.pieces.begin());

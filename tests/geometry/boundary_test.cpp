@@ -116,6 +116,21 @@ TEST(Boundary, IslandsTouchingEachOtherOrTheOuterEdge) {
   EXPECT_NEAR(g.islands[0].area, -1, 1e-9);
 }
 
+TEST(Boundary, CurvesDrawnTwiceCountOnce) {
+  std::vector<Piece> c;
+  box(c, 0, 0, 10, 10);
+  box(c, 0, 0, 10, 10);
+  c.push_back(Piece::line({10, 10}, {0, 10}));  // once more, the other way
+  c.push_back(Piece::arc({5, 5}, 2, 0, 2 * M_PI));
+  c.push_back(Piece::arc({5, 5}, 2, M_PI, -2 * M_PI));
+  Found f = find(c, {1, 1});
+  ASSERT_TRUE(f.ok);
+  EXPECT_NEAR(f.outer.area, 100, 1e-9);
+  EXPECT_EQ(f.outer.pieces.size(), 4u);
+  ASSERT_EQ(f.islands.size(), 1u);
+  EXPECT_NEAR(f.islands[0].area, -M_PI * 4, 1e-9);
+}
+
 TEST(Boundary, GapsCloseWithinTheToleranceOnly) {
   std::vector<Piece> c;
   c.push_back(Piece::line({0, 0}, {10, 0}));
