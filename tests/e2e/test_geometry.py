@@ -155,5 +155,39 @@ class Geometry(unittest.TestCase):
         self.assertEqual(tuple(line.dxf.start), (50, 0, 0))
 
 
+class Extents(unittest.TestCase):
+    """Windows select what lies wholly inside them by the entities' extents: a window a
+    hair outside the true extents takes the entity, one a hair inside does not."""
+
+    def test_true_extents_of_ellipses_splines_and_bulged_polylines(self):
+        with tempfile.TemporaryDirectory() as tmp:
+            doc = ezdxf.new("R2018")
+            msp = doc.modelspace()
+            turn = math.radians(30)
+            msp.add_ellipse((0, 0), major_axis=(2 * math.cos(turn), 2 * math.sin(turn)), ratio=0.5)
+            msp.add_open_spline([(10, 0), (11, 10), (12, 0)], degree=2)  # peaks at y 5, not 10
+            msp.add_polyline2d([(20, 0, 0, 0, 1), (22, 0, 0, 0, 0)], format="xyseb")  # dips to y -1
+            drawing = os.path.join(tmp, "ext.dxf")
+            doc.saveas(drawing)
+            hx = math.hypot(2 * math.cos(turn), math.sin(turn))
+            hy = math.hypot(2 * math.sin(turn), math.cos(turn))
+            e, cut = 1e-6, 5e-4
+            # Per entity: a window just outside its true extents, and one that cuts 5e-4
+            # off the side a rough box gets wrong (control points, chords, the arc).
+            windows = {
+                "ELLIPSE": [((-hx - e, -hy - e, hx + e, hy + e), 2), ((-hx + cut, -hy - e, hx + e, hy + e), 3)],
+                "SPLINE": [((10 - e, -e, 12 + e, 5 + e), 2), ((10 - e, -e, 12 + e, 5 - cut), 3)],
+                "POLYLINE": [((20 - e, -1 - e, 22 + e, e), 2), ((20 - e, -1 + cut, 22 + e, e), 3)],
+            }
+            for kind, cases in windows.items():
+                for (x0, y0, x1, y1), kept in cases:
+                    out = os.path.join(tmp, "out.dxf")
+                    r = subprocess.run([DRAXEL, drawing, "-c", f'ERASE W {x0},{y0} {x1},{y1} ""', "-o", out],
+                                       capture_output=True, text=True, timeout=120)
+                    self.assertEqual(r.returncode, 0, r.stderr)
+                    left = [e.dxftype() for e in ezdxf.readfile(out).modelspace()]
+                    self.assertEqual(len(left), kept, (kind, x0, y0, x1, y1, left))
+                    self.assertEqual(kind in left, kept == 3, kind)
+
 if __name__ == "__main__":
     unittest.main()

@@ -53,13 +53,22 @@ ErrorStatus DxDbEllipse::set(const DxGePoint3d& c, const DxGeVector3d& n, const 
   return Dxad::eOk;
 }
 ErrorStatus DxDbEllipse::getGeomExtents(DxGePoint3d& a, DxGePoint3d& b) const {
+  // True extents: along each axis the curve turns where the derivative of that
+  // coordinate vanishes, at atan2(minor, major) and half a turn on.
   Box box;
   DxGeVector3d mi = minorAxis();
-  double e = m_endParam;
-  while (e <= m_startParam) e += 2 * M_PI;
-  for (int i = 0; i <= 64; ++i) {
-    double t = m_startParam + (e - m_startParam) * i / 64.0;
-    box.add(m_center + m_major * std::cos(t) + mi * std::sin(t));
+  double s = m_startParam, e = m_endParam;
+  while (e <= s) e += 2 * M_PI;
+  auto at = [&](double t) { return m_center + m_major * std::cos(t) + mi * std::sin(t); };
+  box.add(at(s));
+  box.add(at(e));
+  const double ma[3] = {m_major.x, m_major.y, m_major.z}, mn[3] = {mi.x, mi.y, mi.z};
+  for (int k = 0; k < 3; ++k) {
+    if (ma[k] == 0 && mn[k] == 0) continue;
+    for (double t = std::atan2(mn[k], ma[k]), turn = 0; turn < 2; ++turn, t += M_PI) {
+      double u = s + std::fmod(std::fmod(t - s, 2 * M_PI) + 2 * M_PI, 2 * M_PI);
+      if (u <= e) box.add(at(u));
+    }
   }
   return box.out(a, b);
 }

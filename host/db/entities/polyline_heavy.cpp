@@ -1,6 +1,7 @@
 // POLYLINE with its VERTEX entities and SEQEND: 2-D and 3-D polylines and meshes.
 #include <cmath>
 
+#include "host/geometry/pieces.h"
 #include "host/db/entities/entity_geometry.h"
 #include "host/db/family.h"
 
@@ -113,8 +114,19 @@ ErrorStatus DxDbPolylineHeavy::appendVertex(DxDbObjectId& id, DxDbVertex* v) {
 ErrorStatus DxDbPolylineHeavy::getGeomExtents(DxGePoint3d& a, DxGePoint3d& b) const {
   Box box;
   DxGeMatrix3d toW = is3d() ? DxGeMatrix3d() : DxGeMatrix3d::planeToWorld(m_normal);
+  std::vector<const DxDbVertex*> verts;
   for (const auto& id : m_vertices)
-    if (auto* v = DxRxObject::cast<DxDbVertex>(objectOf(id))) box.add(toW * v->position());
+    if (auto* v = DxRxObject::cast<DxDbVertex>(objectOf(id))) verts.push_back(v);
+  for (size_t i = 0; i < verts.size(); ++i) {
+    box.add(toW * verts[i]->position());
+    size_t j = (i + 1) % verts.size();
+    if (is3d() || verts[i]->bulge() == 0 || (j == 0 && !isClosed())) continue;
+    // Bulged segments reach as far as their arcs.
+    DxGePoint3d p = verts[i]->position(), q = verts[j]->position();
+    auto arc = dx::geo::Piece::bulged(p.to2d(), q.to2d(), verts[i]->bulge());
+    double a0 = arc.sweep > 0 ? arc.a0 : arc.a0 + arc.sweep;
+    addArc(box, {arc.c.x, arc.c.y, p.z}, arc.r, a0, a0 + std::fabs(arc.sweep), m_normal);
+  }
   return box.out(a, b);
 }
 ErrorStatus DxDbPolylineHeavy::transformBy(const DxGeMatrix3d& m) {

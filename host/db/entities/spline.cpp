@@ -124,9 +124,13 @@ void DxDbSpline::getSamplePoints(int count, std::vector<DxGePoint3d>& pts) const
   }
 }
 ErrorStatus DxDbSpline::getGeomExtents(DxGePoint3d& a, DxGePoint3d& b) const {
+  // The curve itself, finely sampled: its control points may lie far outside it.
   Box box;
-  for (const auto& p : m_ctrl) box.add(p);
-  for (const auto& p : m_fit) box.add(p);
+  std::vector<DxGePoint3d> pts;
+  if (m_ctrl.size() >= 2) getSamplePoints(std::max<int>(128, int(m_ctrl.size()) * 16), pts);
+  for (const auto& p : pts) box.add(p);
+  if (pts.empty())
+    for (const auto& p : m_fit.empty() ? m_ctrl : m_fit) box.add(p);
   return box.out(a, b);
 }
 ErrorStatus DxDbSpline::transformBy(const DxGeMatrix3d& m) {
