@@ -108,6 +108,8 @@ class Import(unittest.TestCase):
         created = re.findall(r"Created new layer\((.*?)\) in DXAD relating to layer\[(\d+)\] of grouplayer\[(\d+)\]",
                              output)
         on_layers = {e.dxf.layer for e in doc.modelspace()}
+        order = [(int(group), int(layer)) for _, layer, group in created]
+        self.assertEqual(order, sorted(order), "layers are made group by group, layer by layer")
         for name, layer, group in created:
             self.assertTrue(name.startswith(f"JWW[{group}][{layer}]"), name)
             self.assertIn(name, doc.layers)
