@@ -7,7 +7,6 @@
 #include <sstream>
 
 #include "express/text/dxad_settings.h"
-#include "express/text/txt2mtxt_settings.h"
 
 using namespace express;
 
@@ -43,13 +42,6 @@ TEST_F(IniFile, MissingFileSectionOrKeyGivesTheFallback) {
   EXPECT_EQ(readIniString(path, "DXADEXCMD", "K", "dflt"), "yes");
 }
 
-TEST_F(IniFile, OnlyExactTRUEIsOn) {
-  write("[DXADEXCMD]\nA=TRUE\nB=true\nC=True\nD=1\nE=\n");
-  EXPECT_TRUE(readIniFlag(path, "DXADEXCMD", "A", false));
-  for (const char* k : {"B", "C", "D", "E"}) EXPECT_FALSE(readIniFlag(path, "DXADEXCMD", k, true)) << k;
-  EXPECT_TRUE(readIniFlag(path, "DXADEXCMD", "MISSING", true));
-}
-
 TEST_F(IniFile, WritingReplacesOrAddsAndKeepsTheRest) {
   write("; comment\n[A]\nX=1\n\n[DXADEXCMD]\nK=old\n[B]\nY=2\n");
   ASSERT_TRUE(writeIniString(path, "DXADEXCMD", "K", "new"));
@@ -65,17 +57,3 @@ TEST_F(IniFile, UnwritableFileIsReportedAndLeftAlone) {
   EXPECT_FALSE(std::filesystem::exists(missing));
 }
 
-TEST_F(IniFile, Txt2mtxtDefaultsAndRoundTrip) {
-  text::Txt2mtxtSettings s = text::readTxt2mtxtSettings(path);
-  EXPECT_FALSE(s.selectionOrder);
-  EXPECT_TRUE(s.wordWrap);
-  EXPECT_TRUE(s.mergeAll);
-  s.selectionOrder = true;
-  s.mergeAll = false;
-  ASSERT_TRUE(text::writeTxt2mtxtSettings(path, s));
-  EXPECT_NE(read().find("TXT2MTXT_SELECTTYPE=TRUE"), std::string::npos);
-  text::Txt2mtxtSettings back = text::readTxt2mtxtSettings(path);
-  EXPECT_TRUE(back.selectionOrder);
-  EXPECT_TRUE(back.wordWrap);
-  EXPECT_FALSE(back.mergeAll);
-}

@@ -106,28 +106,12 @@ TEST_F(TextCommandTest, PickFirstOfLockedTextsOnlyLeavesThemAndAsks) {
   EXPECT_TRUE(mtexts().empty());
 }
 
-TEST_F(TextCommandTest, FormPresentsTheDeclaredDialogAndReturnsOnlyOnOk) {
+TEST_F(TextCommandTest, AFormTheLibraryDoesNotDeclareIsRefused) {
   express::ensureResourceLibrary();
   ASSERT_NE(express::resourceLibrary(), nullptr);
   static DxUiDialogValues values;
   static int result;
-  values = {{express::dlg::kTxt2mtxtSelectType, "0"},
-            {express::dlg::kTxt2mtxtWordWrap, "1"},
-            {express::dlg::kTxt2mtxtMergeMText, "1"}};
-  dxedRegCmds()->addCommand("TEXTTEST", "FORMTEST", "FORMTEST", 0, [] {
-    result = DxUiDoModal(express::dlg::kTxt2mtxt, values, express::resourceLibrary());
-  });
-  ASSERT_EQ(script("FORMTEST 1 On 2 Off Cancel\n"), 0) << failure;
-  EXPECT_EQ(result, IDCANCEL);
-  EXPECT_EQ(values[express::dlg::kTxt2mtxtSelectType], "0");
-  ASSERT_EQ(script("FORMTEST 1 On 2 Off 2 \"\" OK\n"), 0) << failure;
-  EXPECT_EQ(result, IDOK);
-  EXPECT_EQ(values[express::dlg::kTxt2mtxtSelectType], "1");
-  EXPECT_EQ(values[express::dlg::kTxt2mtxtWordWrap], "0");
-  EXPECT_EQ(values[express::dlg::kTxt2mtxtMergeMText], "1");
-  std::string o = out();
-  EXPECT_NE(o.find("[X] Merge texts in the order of selection"), std::string::npos) << o;
-  // A dialog the library does not declare.
+  result = 0;
   dxedRegCmds()->addCommand("TEXTTEST", "NODIALOG", "NODIALOG", 0,
                             [] { result = DxUiDoModal(99999, values, express::resourceLibrary()); });
   ASSERT_EQ(script("NODIALOG\n"), 0) << failure;
