@@ -1,5 +1,5 @@
-// The group-code lists of BURST: what a reference hands down, and the text list that
-// takes an attribute's place (order, relabelled alignment, colour, and the host making it).
+// The text list of BURST that takes an attribute's place: the groups an attribute lacks
+// stay absent and the reference's colour replaces BYBLOCK.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -8,9 +8,7 @@
 
 #include "express/blocks/burst.h"
 #include "express/env/holders.h"
-#include "tests/editor/db/fixture.h"
 
-using express::burstInherited;
 using express::burstTextList;
 using express::CResbufPtr;
 
@@ -44,47 +42,6 @@ resbuf* attributeList(int color) {
 
 }  // namespace
 
-TEST(BurstInherited, ReferenceWithoutGroupsInheritsDefaults) {
-  CResbufPtr ref(dxutBuildList(RTDXF0, "INSERT", 2, "PART", 0));
-  auto in = burstInherited(ref.get());
-  EXPECT_EQ(in.blockName, "PART");
-  EXPECT_EQ(in.layer, "0");
-  EXPECT_EQ(in.linetype, "BYLAYER");
-  EXPECT_EQ(in.color, "BYLAYER");
-  EXPECT_EQ(in.colorIndex, 256);
-}
-
-TEST(BurstInherited, ColourByBlockAndByIndex) {
-  CResbufPtr byBlock(dxutBuildList(RTDXF0, "INSERT", 8, "REFS", 6, "BYBLOCK", 62, 0, 2, "PART", 0));
-  auto in = burstInherited(byBlock.get());
-  EXPECT_EQ(in.layer, "REFS");
-  EXPECT_EQ(in.linetype, "BYBLOCK");
-  EXPECT_EQ(in.color, "BYBLOCK");
-  EXPECT_EQ(in.colorIndex, 0);
-  CResbufPtr red(dxutBuildList(RTDXF0, "INSERT", 62, 1, 2, "PART", 0));
-  EXPECT_EQ(burstInherited(red.get()).color, "1");
-  CResbufPtr index(dxutBuildList(RTDXF0, "INSERT", 62, 142, 2, "PART", 0));
-  EXPECT_EQ(burstInherited(index.get()).color, "142");
-  EXPECT_EQ(burstInherited(index.get()).colorIndex, 142);
-}
-
-TEST(BurstTextList, CopiesTheTextGroupsInOrderAndRelabelsTheVerticalAlignment) {
-  CResbufPtr att(attributeList(5));
-  CResbufPtr text(burstTextList(att.get(), 7));
-  EXPECT_EQ(codesOf(text.get()),
-            (std::vector<int>{0, 8, 6, 38, 39, 62, 67, 210, 10, 40, 1, 50, 41, 51, 7, 71, 72, 11, 73}));
-  EXPECT_STREQ(text->resval.rstring, "TEXT");
-  EXPECT_STREQ(nth(text.get(), 1)->resval.rstring, "VALUE 1");
-  EXPECT_STREQ(nth(text.get(), 7)->resval.rstring, "NARROW");
-  EXPECT_EQ(nth(text.get(), 62)->resval.rint, 5);  // a colour of its own stays
-  EXPECT_EQ(nth(text.get(), 73)->resval.rint, 3);  // the vertical alignment, not the field length
-  EXPECT_DOUBLE_EQ(nth(text.get(), 11)->resval.rpoint[0], 4);
-  EXPECT_DOUBLE_EQ(nth(text.get(), 50)->resval.rreal, 30);
-  // The text owns its strings: releasing the attribute's list leaves them readable.
-  att.reset();
-  EXPECT_STREQ(nth(text.get(), 8)->resval.rstring, "NOTES");
-}
-
 TEST(BurstTextList, ByBlockColourTakesTheReferenceColourAndAbsentGroupsStayAbsent) {
   CResbufPtr att(attributeList(0));
   CResbufPtr text(burstTextList(att.get(), 256));
@@ -98,27 +55,3 @@ TEST(BurstTextList, ByBlockColourTakesTheReferenceColourAndAbsentGroupsStayAbsen
   EXPECT_EQ(codesOf(kept.get()), (std::vector<int>{0, 10, 1, 73}));
 }
 
-// The host makes the text from the list; its vertical alignment is the attribute's.
-TEST_F(EditorTest, BurstTextListMakesATextWithTheAttributesAlignment) {
-  CResbufPtr att(attributeList(0));
-  // Layer, linetype and style the drawing knows.
-  for (resbuf* rb = att.get(); rb; rb = rb->rbnext) {
-    if (rb->restype == 8 || rb->restype == 6 || rb->restype == 7) {
-      std::free(rb->resval.rstring);
-      rb->resval.rstring = strdup(rb->restype == 8 ? "0" : rb->restype == 6 ? "BYLAYER" : "Standard");
-    }
-    if (rb->restype == 67) rb->resval.rint = 0;
-  }
-  CResbufPtr text(burstTextList(att.get(), 4));
-  ASSERT_EQ(dxdbEntMake(text.get()), RTNORM);
-  DxDbText* made = nullptr;
-  ASSERT_EQ(dxdbOpenObject(made, entities().back(), DxDb::kForRead), Dxad::eOk);
-  EXPECT_EQ(made->isA(), DxDbText::desc());
-  EXPECT_STREQ(made->textString(), "VALUE 1");
-  EXPECT_EQ(made->verticalMode(), DxDb::kTextTop);
-  EXPECT_EQ(made->horizontalMode(), DxDb::kTextCenter);
-  EXPECT_EQ(made->colorIndex(), 4);
-  EXPECT_NEAR(made->alignmentPoint().x, 4, 1e-12);
-  EXPECT_NEAR(made->height(), 2.5, 1e-12);
-  made->close();
-}

@@ -303,19 +303,6 @@ class SharedSample(unittest.TestCase):
                                 if e.dxftype() != "ATTDEF"))
         return doc
 
-    def test_burst_of_the_sample_with_its_polyline_made_light(self):
-        # The same drawing with the block's 2-D polyline as a light one, which the host's
-        # EXPLODE copies whole.
-        doc = ezdxf.readfile(self.src)
-        block = doc.blocks.get("FLAG")
-        for heavy in block.query("POLYLINE"):
-            block.add_lwpolyline([(v.dxf.location.x, v.dxf.location.y) for v in heavy.vertices],
-                                         close=heavy.is_closed, dxfattribs={"layer": heavy.dxf.layer})
-            block.delete_entity(heavy)
-        src = os.path.join(self.tmpdir.name, "light.dxf")
-        doc.saveas(src)
-        self.burst(src)
-
     def test_burst_of_the_sample(self):
         # Its block holds an old-style polyline: exploded pieces keep their vertices.
         self.burst(self.src)
