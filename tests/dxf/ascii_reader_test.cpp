@@ -10,31 +10,6 @@ namespace {
 
 using ::testing::HasSubstr;
 
-TEST(GroupCodeKind, FollowsTheCodeRangesOfDxf) {
-  struct Case {
-    int code;
-    Kind kind;
-  } cases[] = {
-      {0, Kind::String},     {9, Kind::String},    {10, Kind::Double},  {38, Kind::Double},
-      {59, Kind::Double},    {60, Kind::Int16},    {79, Kind::Int16},   {80, Kind::String},
-      {90, Kind::Int32},     {99, Kind::Int32},    {100, Kind::String}, {105, Kind::String},
-      {110, Kind::Double},   {149, Kind::Double},  {160, Kind::Int64},  {170, Kind::Int16},
-      {210, Kind::Double},   {239, Kind::Double},  {270, Kind::Int16},  {289, Kind::Int16},
-      {290, Kind::Bool},     {299, Kind::Bool},    {300, Kind::String}, {310, Kind::Binary},
-      {319, Kind::Binary},   {330, Kind::String},  {370, Kind::Int16},  {389, Kind::Int16},
-      {390, Kind::String},   {400, Kind::Int16},   {410, Kind::String}, {420, Kind::Int32},
-      {440, Kind::Int32},    {450, Kind::Int32},   {460, Kind::Double}, {470, Kind::String},
-      {999, Kind::Comment},  {1000, Kind::String}, {1004, Kind::Binary}, {1005, Kind::String},
-      {1010, Kind::Double},  {1059, Kind::Double}, {1060, Kind::Int16}, {1070, Kind::Int16},
-      {1071, Kind::Int32},   {1072, Kind::String}, {5000, Kind::String}, {-1, Kind::String},
-  };
-  for (const auto& c : cases) EXPECT_EQ(kindOf(c.code), c.kind) << "code " << c.code;
-  EXPECT_TRUE(isPointCode(10) && isPointCode(18) && isPointCode(210) && isPointCode(1013));
-  EXPECT_FALSE(isPointCode(20) || isPointCode(19) || isPointCode(1014) || isPointCode(211));
-  EXPECT_TRUE(isHandleCode(5) && isHandleCode(330) && isHandleCode(360) && isHandleCode(1005));
-  EXPECT_FALSE(isHandleCode(6) || isHandleCode(310) || isHandleCode(1000));
-}
-
 TEST(AsciiReader, LfAndCrLfFilesGiveTheSameTags) {
   std::string lf = "  0\nLINE\n  8\n my layer \n 10\n1.25\n 70\n4\n  0\nEOF\n";
   std::string crlf;
