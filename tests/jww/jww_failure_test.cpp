@@ -267,19 +267,4 @@ TEST_F(JwwFileErrors, UnopenableFile) {
   }
 }
 
-TEST_F(JwwFileErrors, DamagedFilesOnDisk) {
-  std::filesystem::path path = dir_ / "cut.jww";
-  WriteFile(path, {});
-  EXPECT_EQ(ReadFile(path).error.resourceId, kJwwMsgCorrupt) << "empty file";
-  std::vector<std::uint8_t> bytes = WithVersion(600);
-  for (std::size_t n : {bytes.size() / 3, bytes.size() / 2, bytes.size() - 1}) {
-    WriteFile(path, {bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(n)});
-    ReadResult r = ReadFile(path);
-    EXPECT_FALSE(r.ok) << n;
-    EXPECT_EQ(r.error.message, "Failed to read " + path.string() + ", maybe it corrupted or suffix is not .jww.");
-  }
-  WriteFile(path, WithVersion(1000));
-  EXPECT_EQ(ReadFile(path).error.resourceId, kJwwMsgVersionTooNew);
-}
-
 }  // namespace

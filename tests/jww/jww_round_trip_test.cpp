@@ -47,8 +47,7 @@ TEST_P(JwwRoundTrip, SampleDrawingReadsBackUnchanged) {
 INSTANTIATE_TEST_SUITE_P(
     Versions, JwwRoundTrip,
     ::testing::Values(Variant{351, {}, "v351"}, Variant{420, {}, "v420"}, Variant{600, {}, "v600"},
-                      Variant{700, {}, "v700"}, Variant{700, Unicode(), "v700_unicode"},
-                      Variant{351, Unicode(), "v351_unicode"},
+                      Variant{700, Unicode(), "v700_unicode"},
                       Variant{600, AllLongForms(false), "v600_long_forms"},
                       Variant{700, AllLongForms(true), "v700_unicode_long_forms"}),
     [](const auto& info) { return std::string(info.param.name); });
@@ -194,16 +193,6 @@ TEST(JwwLayout, LargeListUsesBothEscapesNaturally) {
   EXPECT_EQ(plain.doc.entities.circles.size(), 3u);
 }
 
-TEST(JwwLayout, BlockDefinitionTagEscapes) {
-  JwwDocument doc = MakeSampleDocument(600);
-  JwwWriteOptions options;
-  options.longClassTags = true;
-  std::vector<std::uint8_t> bytes = WriteOrDie(doc, options);
-  ReadResult read = ReadBytes(bytes);
-  ASSERT_TRUE(read.ok) << read.error.detail;
-  ExpectSameDrawing(doc, read.doc);
-}
-
 TEST(JwwBlockTable, GrowsWithZerosAndFindsByNumber) {
   JwwDocument doc = MakeEmptyDocument(600);
   for (std::uint32_t number : {5u, 2u, 5u, 0xFFFFFFF0u}) {
@@ -229,18 +218,9 @@ TEST(JwwBlockTable, GrowsWithZerosAndFindsByNumber) {
   EXPECT_EQ(d.FindBlockDef(0x7FFFFFFF), nullptr);
 }
 
-TEST(JwwFiles, WriteThenReadThroughTheFileSystem) {
-  JwwDocument doc = MakeSampleDocument(700);
-  std::string path = ::testing::TempDir() + "jww_round_trip.jww";
-  JwwFileWriter writer(Unicode());
-  ASSERT_TRUE(writer.Write(path, doc)) << writer.Error();
-  JwwDocument read;
-  JwwFileReader reader;
-  ASSERT_TRUE(reader.Read(path, read)) << reader.Error().detail;
-  ExpectSameDrawing(doc, read);
-  std::remove(path.c_str());
-
-  EXPECT_FALSE(writer.Write("/nonexistent-dir/x.jww", doc));
+TEST(JwwFiles, AnUnwritablePathIsReported) {
+  JwwFileWriter writer;
+  EXPECT_FALSE(writer.Write("/nonexistent-dir/x.jww", MakeEmptyDocument(600)));
   EXPECT_EQ(writer.Error(), "Failed to write file /nonexistent-dir/x.jww !");
 }
 
@@ -261,16 +241,8 @@ TEST(JwwFiles, LargeFileReadsWhole) {
   EXPECT_EQ(read.entities.lines.capacity(), read.entities.lines.size()) << "arrays are sized once";
 }
 
-TEST(JwwDefaults, FreshDocumentHeader) {
-  JwwDocument doc;
-  EXPECT_EQ(doc.version, 600u);
-  EXPECT_TRUE(doc.memo.empty());
-  EXPECT_EQ(JwwHeader::kColorNames.front(), "black");
-  EXPECT_EQ(JwwHeader::kColorNames.back(), "darkgray");
-  EXPECT_EQ(JwwHeader::kLineTypeNames.size(), 16u);
-  EXPECT_EQ(JwwHeader::kLineTypeNames[2], "dashed spaced");
-  EXPECT_NE(doc.header.lineTypes.pattern[2], 0u) << "line types 2..9 come preset";
-  // A read overwrites every item the file holds: a 351 file leaves the 420 tables.
+// A read overwrites every item the file holds: a 351 file leaves the 420 tables as they were.
+TEST(JwwDefaults, OldFilesLeaveTheNewerTablesAtTheirDefaults) {
   JwwDocument written = MakeSampleDocument(351);
   ReadResult read = ReadBytes(WriteOrDie(written));
   ASSERT_TRUE(read.ok);

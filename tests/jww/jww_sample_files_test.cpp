@@ -30,27 +30,15 @@ class JwwSampleFiles : public ::testing::Test {
   }
 };
 
-TEST_F(JwwSampleFiles, Test1HoldsItsKnownRecordsAndJapaneseText) {
+// Record counts, layer names and texts of these files are checked by the import's
+// end-to-end test; here: the header columns it does not show, and CP932 corners.
+TEST_F(JwwSampleFiles, HeaderColumnsLandWhereJwCadPutThem) {
   JwwDocument doc = ReadSample("Test1.jww");
   EXPECT_EQ(doc.version, 600u);
-  const JwwEntitySet& e = doc.entities;
-  EXPECT_EQ(e.lines.size(), 1642u);
-  EXPECT_EQ(e.circles.size(), 4u);
-  EXPECT_EQ(e.dots.size(), 4u);
-  EXPECT_EQ(e.texts.size(), 36u);
-  EXPECT_EQ(e.solids.size() + e.measures.size() + e.blocks.size(), 0u);
-  EXPECT_TRUE(doc.blockDefs.empty());
-
   EXPECT_EQ(doc.memo, "日影図　ＴＥＳＴ用データ\r\n（陸屋根）");
-  ASSERT_FALSE(e.texts.empty());
-  EXPECT_EQ(e.texts[0].content, "５ｍラインの書き方");
-  EXPECT_EQ(e.texts[0].fontName, "ＭＳ ゴシック");
-  EXPECT_EQ(e.texts[1].content, "　敷地線を複線で５ｍ(5000mm)の位置");
-  EXPECT_EQ(doc.header.layerNames[0][0], "　敷地");
-  EXPECT_EQ(doc.header.layerNames[0][10], "#lv4");
-  // Header columns land where JW_CAD put them: group scale 1:100, pen 2 black and
-  // pen 3 green (red in the low byte), the dotted pattern of line type 2, the names
-  // of the named line patterns, print widths growing with the pen number.
+  // Group scale 1:100, pen 2 black and pen 3 green (red in the low byte), the dotted
+  // pattern of line type 2, the names of the named line patterns, print widths growing
+  // with the pen number.
   const JwwHeader& h = doc.header;
   EXPECT_EQ(h.layerGroups[0].scale, 100.0);
   EXPECT_EQ(h.PenRgb(2), 0x000000u);
@@ -62,58 +50,17 @@ TEST_F(JwwSampleFiles, Test1HoldsItsKnownRecordsAndJapaneseText) {
   EXPECT_EQ(h.lineTypes.printPitch[16], 20u);
   EXPECT_EQ(h.linePatterns[1].name, "continuous");
   EXPECT_EQ(h.linePatterns[2].name, "dashed");
-  // Layer and group numbers read from the right bytes stay in range.
-  for (const JwwLine& l : e.lines) {
+  for (const JwwLine& l : doc.entities.lines) {
     ASSERT_LT(l.head.layer, 16);
     ASSERT_LT(l.head.layerGroup, 16);
   }
 }
 
-TEST_F(JwwSampleFiles, Test2AndTest3ReadWithHalfWidthKatakana) {
-  JwwDocument two = ReadSample("Test2.jww");
-  EXPECT_EQ(two.version, 600u);
-  EXPECT_EQ(two.entities.lines.size(), 38u);
-  EXPECT_EQ(two.entities.circles.size(), 4u);
-  EXPECT_EQ(two.entities.dots.size(), 6u);
-  EXPECT_EQ(two.entities.texts.size(), 23u);
-  EXPECT_EQ(two.header.layerNames[0][5], "切妻屋根");
-
+TEST_F(JwwSampleFiles, HalfWidthKatakanaMarksAreRead) {
   JwwDocument three = ReadSample("Test3.jww");
-  EXPECT_EQ(three.entities.lines.size(), 104u);
-  EXPECT_EQ(three.entities.circles.size(), 6u);
-  EXPECT_EQ(three.entities.dots.size(), 33u);
-  EXPECT_EQ(three.entities.texts.size(), 56u);
   ASSERT_GT(three.entities.texts.size(), 27u);
   // 0xDF in CP932 is the half-width semi-voiced mark.
   EXPECT_EQ(three.entities.texts[27].content, "測定面の高さ  4.000m  緯度 36.000ﾟ  冬  至");
-}
-
-TEST_F(JwwSampleFiles, UnicodeBuildFilesReadWithBlocks) {
-  JwwDocument doc = ReadSample("2blocks.jww");
-  EXPECT_EQ(doc.version, 700u);
-  EXPECT_EQ(doc.memo, "");
-  EXPECT_EQ(doc.entities.texts.size(), 6u);
-  ASSERT_FALSE(doc.entities.texts.empty());
-  EXPECT_EQ(doc.entities.texts[0].fontName, "ＭＳ ゴシック");
-  EXPECT_EQ(doc.entities.texts[0].content, "Printer_Orientation = 0");
-  ASSERT_EQ(doc.blockDefs.size(), 2u);
-  EXPECT_EQ(doc.blockDefs[0].name, "2lines@@SfigorgFlag@@4");
-  EXPECT_EQ(doc.blockDefs[0].entities.lines.size(), 2u);
-  EXPECT_EQ(doc.blockDefs[1].name, "2circles@@SfigorgFlag@@4");
-  EXPECT_EQ(doc.blockDefs[1].entities.circles.size(), 2u);
-  ASSERT_EQ(doc.entities.blocks.size(), 2u);
-  for (const JwwBlock& b : doc.entities.blocks) {
-    const JwwBlockDef* def = doc.FindBlockDef(b.blockNumber);
-    ASSERT_NE(def, nullptr) << "insertion of block " << b.blockNumber;
-    EXPECT_EQ(def->number, b.blockNumber);
-  }
-
-  JwwDocument plain = ReadSample("non_block.jww");
-  EXPECT_EQ(plain.version, 700u);
-  EXPECT_EQ(plain.entities.lines.size(), 4u);
-  EXPECT_EQ(plain.entities.circles.size(), 2u);
-  EXPECT_EQ(plain.entities.texts.size(), 6u);
-  EXPECT_TRUE(plain.blockDefs.empty());
 }
 
 // Writing what was read reproduces JW_CAD's own bytes: the header and every record
@@ -126,6 +73,8 @@ TEST_F(JwwSampleFiles, WriterReproducesJwCadBytes) {
     std::vector<std::uint8_t> original((std::istreambuf_iterator<char>(in)), {});
     ReadResult read = ReadBytes(original);
     ASSERT_TRUE(read.ok) << read.error.detail;
+    // Version 700 files end with one word the import does not read.
+    EXPECT_EQ(read.bytesRead + (read.doc.version >= kJwwTrailingWordVersion ? 4 : 0), original.size());
     JwwWriteOptions options;
     options.unicodeStrings = read.doc.version == 700;
     std::vector<std::uint8_t> written;
