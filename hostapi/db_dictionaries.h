@@ -107,6 +107,10 @@ class DxDbRasterImageDef : public DxDbObject {
   DxGePoint2d size() const { return m_size; }  // pixels
   void setSize(const DxGePoint2d& s) { m_size = s; }
   DxGeVector2d resolutionMMPerPixel() const { return m_pixelSize; }
+  // Size of one pixel in resolutionUnits() (0 none, 2 centimetres, 5 inches).
+  DxGeVector2d pixelSize() const { return m_pixelSize; }
+  int resolutionUnits() const { return m_resUnits; }
+  Dxad::ErrorStatus setResolution(const DxGeVector2d& pixelSize, int units);
   bool isLoaded() const { return m_loaded != 0; }
   Dxad::ErrorStatus load();
 
@@ -117,6 +121,34 @@ class DxDbRasterImageDef : public DxDbObject {
   DxGePoint2d m_size{1, 1};
   DxGeVector2d m_pixelSize{1, 1};
   int16_t m_loaded = 1, m_resUnits = 0;
+};
+
+// IMAGEDEF_REACTOR: owned by one image, listed among its definition's reactors.
+class DxDbRasterImageDefReactor : public DxDbObject {
+  DX_DB_RECORD_CLASS(DxDbRasterImageDefReactor);
+  DxDbRasterImageDefReactor() = default;
+  DxDbObjectId imageId() const { return m_image; }
+  Dxad::ErrorStatus setImageId(DxDbObjectId id);
+
+ private:
+  friend struct dx::db::Access;
+  int32_t m_classVersion = 2;
+  DxDbObjectId m_image;
+};
+
+// RASTERVARIABLES: the drawing's image frame, quality and units settings.
+class DxDbRasterVariables : public DxDbObject {
+  DX_DB_RECORD_CLASS(DxDbRasterVariables);
+  DxDbRasterVariables() = default;
+  bool imageFrame() const { return m_frame != 0; }
+  Dxad::ErrorStatus setImageFrame(bool on);
+  // The drawing's raster settings object, made (under ACAD_IMAGE_VARS) when absent.
+  static DxDbObjectId openOrCreate(DxDbDatabase* db);
+
+ private:
+  friend struct dx::db::Access;
+  int32_t m_classVersion = 0;
+  int16_t m_frame = 1, m_quality = 1, m_units = 0;
 };
 
 class DxDbLayout : public DxDbObject {

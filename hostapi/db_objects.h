@@ -665,6 +665,15 @@ class DxDbRasterImage : public DxDbEntity {
                       const DxGeVector3d& vWhole);
   DxGePoint2d imageSize() const { return m_size; }
   void setImageSize(const DxGePoint2d& pixels) { m_size = pixels; }
+  // The IMAGEDEF_REACTOR that ties this image to its definition.
+  DxDbObjectId reactorId() const { return m_imageDefReactor; }
+  Dxad::ErrorStatus setReactorId(DxDbObjectId id);
+  // The clip boundary in world coordinates (the frame's corners when unclipped).
+  std::vector<DxGePoint3d> clipBoundaryWorld() const;
+  // Pixel coordinates (origin at the top-left pixel's centre, y downwards) of a world point.
+  DxGePoint2d worldToPixel(const DxGePoint3d& p) const;
+  DxGePoint3d pixelToWorld(const DxGePoint2d& p) const;
+  Dxad::ErrorStatus setClipping(bool on);
   Dxad::ErrorStatus setDisplayOpt(ImageDisplayOpt opt, bool on);
   bool isSetDisplayOpt(ImageDisplayOpt opt) const { return (m_display & opt) != 0; }
   bool isClipped() const { return m_clipping != 0; }

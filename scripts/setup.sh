@@ -13,6 +13,7 @@ PACKAGES=(
   libpolyclipping-dev libcairo2-dev
   fonts-vlgothic                   # Japanese glyphs for plotted text
   poppler-utils                    # tests read plotted PDF back with pdftoppm
+  libgraphicsmagick++1-dev         # raster image sizes and resolutions (BMP, CALS, JPEG, PNG, GIF, PCX, TGA, TIFF)
   libreadline-dev libcli11-dev libfmt-dev
   python3 python3-ezdxf            # independent DXF reader used by the tests
   python3-pil                      # plot tests read PNG pixels

@@ -45,19 +45,68 @@ class DxfSink : public Sink {
 const Table kTableOrder[] = {Table::Vport, Table::Linetype, Table::Layer, Table::Style, Table::View,
                              Table::Ucs,   Table::AppId,    Table::DimStyle, Table::Block};
 
+// Classes a reader only knows from the CLASSES section. A drawing that holds one of them
+// but was read without its record (or made here) gets the record on writing.
+struct ClassRecord {
+  DxRxClass* (*desc)();
+  const char* dxfName;
+  const char* cppName;
+  int proxyFlags;
+  bool isEntity;
+};
+const ClassRecord kClassRecords[] = {
+    {DxDbRasterImage::desc, "IMAGE", "AcDbRasterImage", 127, true},
+    {DxDbRasterImageDef::desc, "IMAGEDEF", "AcDbRasterImageDef", 0, false},
+    {DxDbRasterImageDefReactor::desc, "IMAGEDEF_REACTOR", "AcDbRasterImageDefReactor", 1, false},
+    {DxDbRasterVariables::desc, "RASTERVARIABLES", "AcDbRasterVariables", 0, false},
+    {DxDbWipeout::desc, "WIPEOUT", "AcDbWipeout", 127, true},
+};
+
 class Writer {
  public:
   Writer(const DatabaseImpl& db, Ver v, dxf::TagWriter& w) : m_db(db), m_w(w), m_sink(w) {
     m_sink.version = v;
   }
 
+  std::vector<const ClassRecord*> missingClassRecords() const {
+    std::vector<const ClassRecord*> out;
+    if (m_sink.version == Ver::R12) return out;
+    std::vector<bool> used(std::size(kClassRecords), false);
+    m_db.forEachStub([&](const Stub& st) {
+      if (!st.obj || st.erased) return;
+      const DxRxClass* cls = st.obj->isA();
+      for (size_t i = 0; i < used.size(); ++i)
+        if (cls == kClassRecords[i].desc()) used[i] = true;
+    });
+    for (size_t i = 0; i < used.size(); ++i) {
+      if (!used[i]) continue;
+      bool present = false;
+      for (const auto& c : m_db.classes)
+        for (const XTag& t : c)
+          if (t.code == 1 && t.s == kClassRecords[i].dxfName) present = true;
+      if (!present) out.push_back(&kClassRecords[i]);
+    }
+    return out;
+  }
+
   void run() {
     header();
-    if (!m_db.classes.empty()) {
+    std::vector<const ClassRecord*> added = missingClassRecords();
+    if (!m_db.classes.empty() || !added.empty()) {
       section("CLASSES");
       for (const auto& c : m_db.classes) {
         m_w.str(0, "CLASS");
         for (const XTag& t : c) m_sink.xtag(t);
+      }
+      for (const ClassRecord* c : added) {
+        m_w.str(0, "CLASS");
+        m_w.str(1, c->dxfName);
+        m_w.str(2, c->cppName);
+        m_w.str(3, "ISM");
+        m_w.integer(90, c->proxyFlags);
+        if (m_sink.version >= Ver::R2004) m_w.integer(91, 0);
+        m_w.integer(280, 0);
+        m_w.integer(281, c->isEntity ? 1 : 0);
       }
       endsec();
     }

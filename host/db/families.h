@@ -31,6 +31,8 @@
   X(Group)                \
   X(Xrecord)              \
   X(ImageDef)             \
+  X(ImageDefReactor)      \
+  X(RasterVariables)      \
   X(Layout)               \
   X(UnknownObject)
 

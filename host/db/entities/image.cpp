@@ -107,3 +107,40 @@ ErrorStatus DxDbRasterImage::transformBy(const DxGeMatrix3d& m) {
   m_v = m * m_v;
   return Dxad::eOk;
 }
+ErrorStatus DxDbRasterImage::setReactorId(DxDbObjectId id) {
+  assertWriteEnabled();
+  m_imageDefReactor = id;
+  return Dxad::eOk;
+}
+ErrorStatus DxDbRasterImage::setClipping(bool on) {
+  assertWriteEnabled();
+  m_clipping = on ? 1 : 0;
+  return Dxad::eOk;
+}
+// Pixel coordinates count from the centre of the top-left pixel, y downwards; the
+// frame's corners are at -0.5 and size - 0.5.
+DxGePoint3d DxDbRasterImage::pixelToWorld(const DxGePoint2d& p) const {
+  return m_origin + m_u * (p.x + 0.5) + m_v * (m_size.y - p.y - 0.5);
+}
+DxGePoint2d DxDbRasterImage::worldToPixel(const DxGePoint3d& p) const {
+  // Least squares in the image's plane, so u and v need not be perpendicular.
+  DxGeVector3d d = p - m_origin;
+  double uu = m_u.dotProduct(m_u), uv = m_u.dotProduct(m_v), vv = m_v.dotProduct(m_v);
+  double du = d.dotProduct(m_u), dv = d.dotProduct(m_v);
+  double det = uu * vv - uv * uv;
+  if (std::fabs(det) < 1e-300) return {0, 0};
+  double a = (du * vv - dv * uv) / det, b = (dv * uu - du * uv) / det;
+  return {a - 0.5, m_size.y - b - 0.5};
+}
+std::vector<DxGePoint3d> DxDbRasterImage::clipBoundaryWorld() const {
+  std::vector<DxGePoint2d> px = m_clip;
+  if (m_clipping == 0 || px.size() < 2)
+    px = {{-0.5, -0.5}, {m_size.x - 0.5, m_size.y - 0.5}};
+  if (px.size() == 2)  // a rectangle by two opposite corners
+    px = {px[0], {px[1].x, px[0].y}, px[1], {px[0].x, px[1].y}};
+  std::vector<DxGePoint3d> out;
+  out.reserve(px.size());
+  for (const auto& p : px) out.push_back(pixelToWorld(p));
+  if (out.size() > 1 && out.front().isEqualTo(out.back())) out.pop_back();
+  return out;
+}

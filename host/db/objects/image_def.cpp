@@ -40,3 +40,10 @@ ErrorStatus DxDbRasterImageDef::load() {
   m_loaded = 1;
   return Dxad::eOk;
 }
+ErrorStatus DxDbRasterImageDef::setResolution(const DxGeVector2d& pixelSize, int units) {
+  if (pixelSize.x <= 0 || pixelSize.y <= 0) return Dxad::eInvalidInput;
+  assertWriteEnabled();
+  m_pixelSize = pixelSize;
+  m_resUnits = int16_t(units);
+  return Dxad::eOk;
+}

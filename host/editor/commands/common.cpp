@@ -143,6 +143,8 @@ void registerHostCommands(DxEdCommandStack* stack) {
       {"BOUNDARY", kModal, cmd::cmdBoundary},
       {"-BOUNDARY", kModal, cmd::cmdBoundary},
       {"-LAYER", kModal, cmd::cmdLayer},
+      {"-IMAGE", kModal, cmd::cmdImage},
+      {"IMAGECLIP", kUsePickSet, cmd::cmdImageClip},
   };
   for (const Row& r : rows) stack->addCommand(kHostGroup, r.name, r.name, r.flags, r.fn);
 }

@@ -46,5 +46,7 @@ void cmdSetvar();
 void cmdPlot();
 void cmdBoundary();
 void cmdLayer();
+void cmdImage();
+void cmdImageClip();
 
 }  // namespace dx::ed::cmd

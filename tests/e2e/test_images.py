@@ -1,0 +1,134 @@
+#!/usr/bin/python3
+"""Raster images attached and clipped by draxel scripts, read back with ezdxf."""
+
+import math
+import os
+import sys
+import unittest
+
+import ezdxf
+from PIL import Image
+
+sys.path.insert(0, os.path.dirname(__file__))
+from test_editor import Drawing, same_drawing  # noqa: E402
+
+
+class Images(Drawing):
+    def setUp(self):
+        super().setUp()
+        # 64 x 48 pixels at 96 dpi; the drawing is attached with the file's own path.
+        Image.new("RGB", (64, 48), (200, 10, 10)).save(self.path("tile.png"), dpi=(96, 96))
+        Image.new("L", (30, 60), 128).save(self.path("tall.bmp"))
+        with open(self.path("map.ecw"), "wb") as f:
+            f.write(b"\x00ECW not decodable here")
+
+    def images(self, out):
+        return list(ezdxf.readfile(out).modelspace().query("IMAGE"))
+
+    def test_attach_png_gives_pixel_size_frame_and_links(self):
+        r, out = self.script(f"-IMAGE A {self.path('tile.png')} 5,5 10 0\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        self.assertIn("64 x 48 pixels", r.stdout)
+        doc = ezdxf.readfile(out)
+        (img,) = doc.modelspace().query("IMAGE")
+        self.assertEqual(tuple(img.dxf.image_size)[:2], (64, 48))
+        # The frame is 10 wide and keeps the picture's proportions.
+        corners = sorted((round(p.x, 9), round(p.y, 9)) for p in img.boundary_path_wcs())
+        self.assertEqual(corners[0], (5, 5))
+        self.assertEqual(corners[-1], (15, 12.5))
+        idef = img.image_def
+        self.assertEqual(idef.dxf.filename, self.path("tile.png"))
+        self.assertEqual(tuple(idef.dxf.image_size)[:2], (64, 48))
+        # PNG keeps its resolution per metre, so it comes back in centimetres.
+        self.assertEqual(idef.dxf.resolution_units, 2)
+        self.assertAlmostEqual(idef.dxf.pixel_size[0], 2.54 / 96, places=4)
+        images = doc.rootdict["ACAD_IMAGE_DICT"]
+        self.assertIs(images["tile"], idef)
+        reactor = doc.entitydb[img.dxf.image_def_reactor_handle]
+        self.assertEqual(reactor.dxftype(), "IMAGEDEF_REACTOR")
+        self.assertEqual(reactor.dxf.owner, img.dxf.handle)
+        self.assertIn(reactor.dxf.handle, idef.get_reactors())
+        self.assertEqual(doc.rootdict["ACAD_IMAGE_VARS"].dxftype(), "RASTERVARIABLES")
+
+    def test_rotation_and_second_image_share_one_definition(self):
+        png = self.path("tile.png")
+        r, out = self.script(f"-IMAGE A {png} 0,0 8 90\n-IMAGE A {png} 20,0 4 0\n"
+                             f"-IMAGE A {self.path('tall.bmp')} 40,0 3 0\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        rotated, plain, tall = self.images(out)
+        self.assertIs(rotated.image_def, plain.image_def)
+        self.assertEqual(len(ezdxf.readfile(out).rootdict["ACAD_IMAGE_DICT"]), 2)
+        u = rotated.dxf.u_pixel * 64
+        self.assertAlmostEqual(u.x, 0, places=9)
+        self.assertAlmostEqual(u.y, 8, places=9)
+        v = rotated.dxf.v_pixel * 48
+        self.assertAlmostEqual(v.x, -6, places=9)
+        # A BMP without resolution: square pixels, 3 wide and twice as tall.
+        height = (tall.dxf.v_pixel * 60).magnitude
+        self.assertAlmostEqual(height, 6, places=9)
+
+    def test_unreadable_format_attaches_nothing(self):
+        r, out = self.script(f"-IMAGE A {self.path('map.ecw')}\n-IMAGE A {self.path('none.png')}\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        self.assertIn('Cannot attach "' + self.path("map.ecw") + '"', r.stdout)
+        self.assertIn("file not found", r.stdout)
+        doc = ezdxf.readfile(out)
+        self.assertEqual(len(doc.modelspace().query("IMAGE")), 0)
+        self.assertNotIn("ACAD_IMAGE_DICT", doc.rootdict)
+
+    def test_imageclip_rectangle_and_polygon_in_pixels(self):
+        png = self.path("tile.png")
+        r, out = self.script(f"-IMAGE A {png} 0,0 64 0\n-IMAGE A {png} 100,0 64 0\n"
+                             "IMAGECLIP 1,1 N R 10,5 30,20\n"
+                             "IMAGECLIP 101,1 N P 110,10 130,10 120,30 \"\"\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        rect, poly = self.images(out)
+        self.assertEqual(rect.dxf.clipping, 1)
+        self.assertEqual(rect.dxf.clipping_boundary_type, 1)
+        # World y grows upwards, pixel rows downwards from the top.
+        self.assertEqual([tuple(p) for p in rect.boundary_path], [(9.5, 27.5), (29.5, 42.5)])
+        wcs = sorted((round(p.x, 9), round(p.y, 9)) for p in poly.boundary_path_wcs())
+        self.assertEqual(sorted(set(wcs)), [(110, 10), (120, 30), (130, 10)])
+        self.assertEqual(poly.dxf.clipping_boundary_type, 2)
+
+    def test_imageclip_off_and_delete(self):
+        png = self.path("tile.png")
+        r, out = self.script(f"-IMAGE A {png} 0,0 64 0\nIMAGECLIP 1,1 N R 10,5 30,20\n"
+                             "IMAGECLIP 1,1 OFF\n")
+        (img,) = self.images(out)
+        self.assertEqual(img.dxf.clipping, 0)
+        self.assertEqual(len(img.boundary_path), 2)
+        r, out = self.script(f"-IMAGE A {png} 0,0 64 0\nIMAGECLIP 1,1 N R 10,5 30,20\n"
+                             "IMAGECLIP 1,1 D\n")
+        (img,) = self.images(out)
+        self.assertEqual(img.dxf.clipping, 0)
+
+    def test_detach_and_list(self):
+        png = self.path("tile.png")
+        r, out = self.script(f"-IMAGE A {png} 0,0 1 0\n-IMAGE A {png} 5,0 1 0\n-IMAGE ?\n"
+                             "-IMAGE D tile\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        self.assertIn("tile  " + png + "  64 x 48", r.stdout)
+        doc = ezdxf.readfile(out)
+        self.assertEqual(len(doc.modelspace().query("IMAGE")), 0)
+        self.assertEqual(len(doc.rootdict["ACAD_IMAGE_DICT"]), 0)
+        self.assertEqual(len(doc.objects.query("IMAGEDEF IMAGEDEF_REACTOR")), 0)
+
+    def test_each_command_is_undone_by_u(self):
+        png = self.path("tile.png")
+        self.assert_undo_gives_back(f"-IMAGE A {png} 0,0 10 0\nU\n")
+        self.assert_undo_gives_back(
+            f"-IMAGE A {png} 0,0 64 0\nIMAGECLIP 1,1 N R 10,5 30,20\n-IMAGE D tile\nU\nU\nU\n")
+
+    def test_saved_images_survive_reopening(self):
+        r, out = self.script(f"-IMAGE A {self.path('tile.png')} 0,0 10 0\n"
+                             "IMAGECLIP 1,1 N R 1,1 5,5\n")
+        again = self.path("again.dxf")
+        self.assertEqual(os.system(f"'{os.environ.get('DRAXEL', 'draxel')}' '{out}' -o '{again}'"
+                                   " > /dev/null"), 0)
+        ok, diff = same_drawing(out, again)
+        self.assertTrue(ok, diff)
+
+
+if __name__ == "__main__":
+    unittest.main()
