@@ -53,6 +53,10 @@ class DxDbDictionary : public DxDbObject {
   bool m_softKeys = false;  // entries written as 350 instead of 360
 };
 
+// The entry key of the drawing's named objects dictionary; when absent and make is given,
+// the object make() returns is entered under key. Null when neither works.
+DxDbObjectId dxdbNamedObject(DxDbDatabase* db, const char* key, DxDbObject* (*make)() = nullptr);
+
 class DxDbDictionaryWithDefault : public DxDbDictionary {
   DX_DB_RECORD_CLASS(DxDbDictionaryWithDefault);
   DxDbDictionaryWithDefault() = default;
@@ -149,6 +153,20 @@ class DxDbRasterVariables : public DxDbObject {
   friend struct dx::db::Access;
   int32_t m_classVersion = 0;
   int16_t m_frame = 1, m_quality = 1, m_units = 0;
+};
+
+// WIPEOUTVARIABLES: whether wipeout frames are shown.
+class DxDbWipeoutVariables : public DxDbObject {
+  DX_DB_RECORD_CLASS(DxDbWipeoutVariables);
+  DxDbWipeoutVariables() = default;
+  bool showFrame() const { return m_frame != 0; }
+  Dxad::ErrorStatus setShowFrame(bool on);
+  // The drawing's wipeout settings object, made (under ACAD_WIPEOUT_VARS) when absent.
+  static DxDbObjectId openOrCreate(DxDbDatabase* db);
+
+ private:
+  friend struct dx::db::Access;
+  int16_t m_frame = 1;
 };
 
 class DxDbLayout : public DxDbObject {

@@ -698,7 +698,12 @@ class DxDbRasterImage : public DxDbEntity {
 class DxDbWipeout : public DxDbRasterImage {
   DX_DB_ENTITY_CLASS(DxDbWipeout);
   DxDbWipeout() = default;
+  // Frames the polygon (world points in the plane of normal) and clips to it; false when
+  // the points span no area.
+  bool setBoundary(const std::vector<DxGePoint3d>& polygon,
+                   const DxGeVector3d& normal = DxGeVector3d(0, 0, 1));
 };
+
 
 class DxDbSpline : public DxDbCurve {
   DX_DB_ENTITY_CLASS(DxDbSpline);

@@ -60,6 +60,7 @@ const ClassRecord kClassRecords[] = {
     {DxDbRasterImageDefReactor::desc, "IMAGEDEF_REACTOR", "AcDbRasterImageDefReactor", 1, false},
     {DxDbRasterVariables::desc, "RASTERVARIABLES", "AcDbRasterVariables", 0, false},
     {DxDbWipeout::desc, "WIPEOUT", "AcDbWipeout", 127, true},
+    {DxDbWipeoutVariables::desc, "WIPEOUTVARIABLES", "AcDbWipeoutVariables", 0, false},
 };
 
 class Writer {

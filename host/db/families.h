@@ -33,6 +33,7 @@
   X(ImageDef)             \
   X(ImageDefReactor)      \
   X(RasterVariables)      \
+  X(WipeoutVariables)     \
   X(Layout)               \
   X(UnknownObject)
 

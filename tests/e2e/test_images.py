@@ -130,5 +130,68 @@ class Images(Drawing):
         self.assertTrue(ok, diff)
 
 
+class Wipeouts(Drawing):
+    def setUp(self):
+        super().setUp()
+        doc = ezdxf.new("R2018")
+        msp = doc.modelspace()
+        msp.add_lwpolyline([(0, 0), (10, 0), (10, 6), (0, 6)], close=True)
+        # A full circle of radius 5 about (50, 0) from two half-circle bulges.
+        msp.add_lwpolyline([(45, 0, 0, 0, 1), (55, 0, 0, 0, 1)], format="xyseb", close=True)
+        msp.add_lwpolyline([(100, 0), (110, 0), (110, 10)])
+        self.base = self.path("shapes.dxf")
+        doc.saveas(self.base)
+
+    def wipeouts(self, out):
+        return list(ezdxf.readfile(out).modelspace().query("WIPEOUT"))
+
+    def corners(self, wipeout):
+        return sorted({(round(p.x, 9), round(p.y, 9)) for p in wipeout.boundary_path_wcs()})
+
+    def test_from_points_enter_closes(self):
+        r, out = self.script('WIPEOUT 20,20 30,20 30,32 ""\n')
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        (w,) = self.wipeouts(out)
+        self.assertEqual(self.corners(w), [(20, 20), (30, 20), (30, 32)])
+        self.assertEqual(w.dxf.clipping, 1)
+        self.assertEqual(tuple(w.dxf.image_size)[:2], (1, 1))
+
+    def test_from_polyline_keeps_or_erases_it(self):
+        r, out = self.script("WIPEOUT P 5,0 N\n")
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        (w,) = self.wipeouts(out)
+        self.assertEqual(self.corners(w), [(0, 0), (0, 6), (10, 0), (10, 6)])
+        self.assertEqual(len(ezdxf.readfile(out).modelspace().query("LWPOLYLINE")), 3)
+        r, out = self.script("WIPEOUT _P 5,0 _Y\n")
+        self.assertEqual(len(self.wipeouts(out)), 1)
+        self.assertEqual(len(ezdxf.readfile(out).modelspace().query("LWPOLYLINE")), 2)
+
+    def test_bulged_polyline_becomes_a_polygon_on_its_arcs(self):
+        r, out = self.script("WIPEOUT P 55,0 N\n")
+        (w,) = self.wipeouts(out)
+        pts = self.corners(w)
+        self.assertEqual(len(pts), 64)
+        for x, y in pts:
+            self.assertAlmostEqual(math.hypot(x - 50, y), 5, places=6)
+
+    def test_open_polyline_and_too_few_points_make_nothing(self):
+        r, out = self.script('WIPEOUT 0,0 5,5 ""\nWIPEOUT 0,0 5,5 10,10 ""\nWIPEOUT P 105,0\n')
+        self.assertIn("not closed", r.stdout)
+        self.assertIn("at least three points", r.stdout)
+        self.assertIn("no area", r.stdout)
+        self.assertEqual(self.wipeouts(out), [])
+
+    def test_frames_setting_is_stored(self):
+        r, out = self.script("WIPEOUT F OFF\n")
+        doc = ezdxf.readfile(out)
+        self.assertEqual(doc.rootdict["ACAD_WIPEOUT_VARS"].dxf.frame, 0)
+        r, out = self.script("WIPEOUT F OFF\nWIPEOUT F ON\n")
+        self.assertEqual(ezdxf.readfile(out).rootdict["ACAD_WIPEOUT_VARS"].dxf.frame, 1)
+
+    def test_each_wipeout_is_undone_by_u(self):
+        self.assert_undo_gives_back('WIPEOUT P 5,0 Y\nWIPEOUT 20,20 30,20 30,32 ""\nWIPEOUT F OFF\n'
+                                    "U\nU\nU\n")
+
+
 if __name__ == "__main__":
     unittest.main()

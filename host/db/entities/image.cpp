@@ -144,3 +144,40 @@ std::vector<DxGePoint3d> DxDbRasterImage::clipBoundaryWorld() const {
   if (out.size() > 1 && out.front().isEqualTo(out.back())) out.pop_back();
   return out;
 }
+
+// A wipeout is a one-pixel image stretched over the polygon's extents in its plane; the
+// polygon is its clip boundary in that pixel's coordinates (-0.5 to 0.5).
+bool DxDbWipeout::setBoundary(const std::vector<DxGePoint3d>& polygon, const DxGeVector3d& normal) {
+  if (polygon.size() < 3) return false;
+  DxGeMatrix3d toPlane = DxGeMatrix3d::worldToPlane(normal);
+  DxGeMatrix3d toWorld = DxGeMatrix3d::planeToWorld(normal);
+  std::vector<DxGePoint3d> local;
+  local.reserve(polygon.size());
+  Box box;
+  for (const auto& p : polygon) {
+    local.push_back(toPlane * p);
+    box.add(local.back());
+  }
+  DxGePoint3d lo, hi;
+  if (box.out(lo, hi) != Dxad::eOk) return false;
+  double w = hi.x - lo.x, h = hi.y - lo.y;
+  double twiceArea = 0;  // collinear points have extents but no area
+  for (size_t i = 0; i < local.size(); ++i) {
+    const DxGePoint3d& a = local[i];
+    const DxGePoint3d& b = local[(i + 1) % local.size()];
+    twiceArea += a.x * b.y - b.x * a.y;
+  }
+  if (w < 1e-10 || h < 1e-10 || std::fabs(twiceArea) < 2e-10) return false;
+  assertWriteEnabled();
+  m_size = {1, 1};
+  m_origin = toWorld * DxGePoint3d(lo.x, lo.y, local.front().z);
+  m_u = toWorld * DxGeVector3d(w, 0, 0);
+  m_v = toWorld * DxGeVector3d(0, h, 0);
+  m_clip.clear();
+  for (const auto& p : local) m_clip.emplace_back((p.x - lo.x) / w - 0.5, 0.5 - (p.y - lo.y) / h);
+  if (!m_clip.front().isEqualTo(m_clip.back())) m_clip.push_back(m_clip.front());
+  m_clipType = 2;
+  m_clipping = 1;
+  m_display = kShow | kShowUnAligned | kClip;
+  return true;
+}

@@ -147,3 +147,21 @@ DxDbDictionaryIterator* DxDbDictionary::newIterator() const {
     if (!item.second.isErased() && item.second.isValid()) live.push_back(item);
   return new DxDbDictionaryIterator(std::move(live));
 }
+
+DxDbObjectId dxdbNamedObject(DxDbDatabase* db, const char* key, DxDbObject* (*make)()) {
+  DxDbObjectId id;
+  DxDbDictionary* nod = nullptr;
+  if (!db || dxdbOpenObject(nod, db->namedObjectsDictionaryId(), DxDb::kForRead) != Dxad::eOk)
+    return id;
+  if (nod->getAt(key, id) != Dxad::eOk && make && nod->upgradeOpen() == Dxad::eOk) {
+    DxDbObject* obj = make();
+    if (nod->setAt(key, obj, id) == Dxad::eOk) {
+      obj->close();
+    } else {
+      delete obj;
+      id = DxDbObjectId();
+    }
+  }
+  nod->close();
+  return id;
+}

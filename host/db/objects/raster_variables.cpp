@@ -34,16 +34,5 @@ ErrorStatus DxDbRasterVariables::setImageFrame(bool on) {
 }
 
 DxDbObjectId DxDbRasterVariables::openOrCreate(DxDbDatabase* db) {
-  DxDbObjectId id;
-  DxDbDictionary* nod = nullptr;
-  if (!db || dxdbOpenObject(nod, db->namedObjectsDictionaryId(), DxDb::kForRead) != Dxad::eOk)
-    return id;
-  if (nod->getAt("ACAD_IMAGE_VARS", id) != Dxad::eOk &&
-      nod->upgradeOpen() == Dxad::eOk) {
-    auto* vars = new DxDbRasterVariables();
-    if (nod->setAt("ACAD_IMAGE_VARS", vars, id) == Dxad::eOk) vars->close();
-    else id = DxDbObjectId();
-  }
-  nod->close();
-  return id;
+  return dxdbNamedObject(db, "ACAD_IMAGE_VARS", [] { return (DxDbObject*)new DxDbRasterVariables(); });
 }

@@ -145,6 +145,7 @@ void registerHostCommands(DxEdCommandStack* stack) {
       {"-LAYER", kModal, cmd::cmdLayer},
       {"-IMAGE", kModal, cmd::cmdImage},
       {"IMAGECLIP", kUsePickSet, cmd::cmdImageClip},
+      {"WIPEOUT", kModal, cmd::cmdWipeout},
   };
   for (const Row& r : rows) stack->addCommand(kHostGroup, r.name, r.name, r.flags, r.fn);
 }

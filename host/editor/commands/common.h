@@ -48,5 +48,6 @@ void cmdBoundary();
 void cmdLayer();
 void cmdImage();
 void cmdImageClip();
+void cmdWipeout();
 
 }  // namespace dx::ed::cmd

@@ -14,14 +14,8 @@ constexpr const char* kImageDict = "ACAD_IMAGE_DICT";
 
 // The drawing's image dictionary, made when absent (and create is set).
 DxDbObjectId imageDictionary(bool create) {
-  DxDbObjectId id;
-  Opened<DxDbDictionary> nod(db()->namedObjectsDictionaryId(), DxDb::kForRead);
-  if (!nod || nod->getAt(kImageDict, id) == Dxad::eOk || !create) return id;
-  if (nod->upgradeOpen() != Dxad::eOk) return id;
-  auto* dict = new DxDbDictionary();
-  if (nod->setAt(kImageDict, dict, id) == Dxad::eOk) dict->close();
-  else id = DxDbObjectId();
-  return id;
+  return dxdbNamedObject(db(), kImageDict,
+                         create ? +[] { return (DxDbObject*)new DxDbDictionary(); } : nullptr);
 }
 
 std::string sourceOf(DxDbObjectId defId) {
