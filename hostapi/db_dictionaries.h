@@ -79,10 +79,17 @@ class DxDbGroup : public DxDbObject {
   const char* description() const { return m_description.c_str(); }
   Dxad::ErrorStatus setDescription(const char* d);
   bool isSelectable() const { return m_selectable != 0; }
+  Dxad::ErrorStatus setSelectable(bool on);
   bool isAnonymous() const { return m_unnamed != 0; }
   Dxad::ErrorStatus setAnonymous();
   // The group's key in the group dictionary.
   Dxad::ErrorStatus getName(std::string& name) const;
+  // A new key; eDuplicateKey when another group has it.
+  Dxad::ErrorStatus setName(const char* name);
+  // Shows or hides every member (members that cannot be opened are skipped).
+  Dxad::ErrorStatus setVisibility(DxDb::Visibility v);
+  // Drops every member; the entities stay in the drawing.
+  Dxad::ErrorStatus clear();
 
  private:
   friend struct dx::db::Access;

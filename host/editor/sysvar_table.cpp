@@ -94,6 +94,7 @@ std::vector<VarDef> buildTable() {
       {"PICKAUTO", S(1), 0, 0, 3},
       {"PICKBOX", S(3), 0, 0, 50},
       {"PICKFIRST", S(1), 0, 0, 1},
+      {"PICKSTYLE", S(1), 0, 0, 3},
       {"PLINEGEN", S(0), D, 0, 1},
       {"PLINETYPE", S(2), 0, 0, 2},
       {"PLINEWID", R(0), D},

@@ -193,5 +193,61 @@ class Wipeouts(Drawing):
                                     "U\nU\nU\n")
 
 
+class Groups(Drawing):
+    def groups(self, out):
+        doc = ezdxf.readfile(out)
+        return doc, {name: g for name, g in doc.groups}
+
+    def test_create_named_group_from_window(self):
+        r, out = self.script('-GROUP C DOORS "front doors" W -1,-1 30,30 ""\n-GROUP ?\n\n')
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        self.assertIn('DOORS  front doors  (3, selectable)', r.stdout)
+        doc, groups = self.groups(out)
+        doors = groups["DOORS"]
+        self.assertEqual(doors.dxf.description, "front doors")
+        self.assertEqual(sorted(e.dxftype() for e in doors), ["CIRCLE", "LINE", "LINE"])
+        for e in doors:
+            self.assertIn(doors.dxf.handle, e.get_reactors())
+
+    def test_unnamed_groups_get_star_a_names(self):
+        r, out = self.script('-GROUP C * "" 0,0 ""\n-GROUP C * "" 25,20 ""\n')
+        doc, groups = self.groups(out)
+        self.assertEqual(sorted(groups), ["*A1", "*A2"])
+        self.assertTrue(all(g.dxf.unnamed == 1 for g in groups.values()))
+
+    def test_add_remove_rename_explode(self):
+        r, out = self.script('-GROUP C G1 "" 0,0 ""\n-GROUP A G1 25,20 ""\n'
+                             '-GROUP R G1 0,0 ""\n-GROUP REN G1 KEEP\n')
+        doc, groups = self.groups(out)
+        self.assertEqual(list(groups), ["KEEP"])
+        self.assertEqual([e.dxftype() for e in groups["KEEP"]], ["CIRCLE"])
+        line = doc.modelspace().query("LINE")[0]
+        self.assertNotIn(groups["KEEP"].dxf.handle, line.get_reactors())
+        r, out = self.script('-GROUP C G1 "" 0,0 25,20 ""\n-GROUP E G1\n')
+        doc, groups = self.groups(out)
+        self.assertEqual(groups, {})
+        self.assertEqual(len(doc.modelspace().query("LINE CIRCLE")), 3)
+        self.assertEqual(len(doc.objects.query("GROUP")), 0)
+
+    def test_duplicate_and_missing_names_are_refused(self):
+        r, out = self.script('-GROUP C G1 "" 0,0 ""\n-GROUP C g1\n-GROUP E NOPE\n')
+        self.assertIn('Group "g1" already exists.', r.stdout)
+        self.assertIn('Group "NOPE" does not exist.', r.stdout)
+        self.assertEqual(len(self.groups(out)[1]), 1)
+
+    def test_picking_a_member_selects_the_group_when_pickstyle_says_so(self):
+        made = '-GROUP C G1 "" 0,0 25,20 ""\n'
+        r, out = self.script(made + "ERASE 0,0 \"\"\n")
+        self.assertEqual(self.types(out), sorted(["LINE", "LWPOLYLINE", "INSERT"]))
+        r, out = self.script(made + "PICKSTYLE 0\nERASE 0,0 \"\"\n")
+        self.assertEqual(self.types(out), sorted(["CIRCLE", "LINE", "LWPOLYLINE", "INSERT"]))
+        r, out = self.script(made + '-GROUP S G1 N\nERASE 0,0 ""\n')
+        self.assertEqual(self.types(out), sorted(["CIRCLE", "LINE", "LWPOLYLINE", "INSERT"]))
+
+    def test_each_group_command_is_undone_by_u(self):
+        self.assert_undo_gives_back('-GROUP C G1 "" 0,0 25,20 ""\n-GROUP R G1 0,0 ""\n'
+                                    "-GROUP REN G1 G2\n-GROUP E G2\nU\nU\nU\nU\n")
+
+
 if __name__ == "__main__":
     unittest.main()

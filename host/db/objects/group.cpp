@@ -63,7 +63,10 @@ ErrorStatus DxDbGroup::remove(DxDbObjectId id) {
   if (it == m_entities.end()) return Dxad::eKeyNotFound;
   assertWriteEnabled();
   m_entities.erase(it);
-  if (DxDbObject* o = objectOf(id)) o->removePersistentReactor(objectId());
+  if (DxDbObject* o = objectOf(id)) {
+    if (Stub* s = id.stub(); s && s->db) s->db->noteWrite(s);
+    o->removePersistentReactor(objectId());
+  }
   return Dxad::eOk;
 }
 bool DxDbGroup::has(DxDbObjectId id) const {
@@ -94,7 +97,9 @@ ErrorStatus DxDbGroup::setAnonymous() {
     auto& items = Access::items(*d);
     for (auto& [k, id] : items)
       if (id == objectId()) {
-        if (k.empty() || k[0] != '*') {
+        bool numbered = k.size() > 2 && (k[1] == 'A' || k[1] == 'a') && k[0] == '*' &&
+                        k.find_first_not_of("0123456789", 2) == std::string::npos;
+        if (!numbered) {
           int n = 1;
           for (;; ++n) {
             std::string cand = "*A" + std::to_string(n);
@@ -112,4 +117,49 @@ ErrorStatus DxDbGroup::getName(std::string& name) const {
   if (auto* d = DxRxObject::cast<DxDbDictionary>(objectOf(m_owner)))
     return d->nameAt(objectId(), name);
   return Dxad::eKeyNotFound;
+}
+ErrorStatus DxDbGroup::setSelectable(bool on) {
+  assertWriteEnabled();
+  m_selectable = on ? 1 : 0;
+  return Dxad::eOk;
+}
+ErrorStatus DxDbGroup::setName(const char* name) {
+  if (!name || !*name) return Dxad::eInvalidInput;
+  DxDbDictionary* dict = nullptr;
+  if (dxdbOpenObject(dict, m_owner, DxDb::kForWrite) != Dxad::eOk) return Dxad::eKeyNotFound;
+  ErrorStatus es = Dxad::eKeyNotFound;
+  std::string key = upperKey(name);
+  auto& items = Access::items(*dict);
+  bool taken = false;
+  for (auto& [k, id] : items) taken |= id != objectId() && upperKey(k) == key;
+  if (taken) {
+    es = Dxad::eDuplicateKey;
+  } else {
+    for (auto& [k, id] : items)
+      if (id == objectId()) {
+        k = name;
+        es = Dxad::eOk;
+      }
+  }
+  dict->close();
+  return es;
+}
+ErrorStatus DxDbGroup::setVisibility(DxDb::Visibility v) {
+  for (const auto& id : m_entities) {
+    DxDbEntity* e = nullptr;
+    if (dxdbOpenObject(e, id, DxDb::kForWrite) != Dxad::eOk) continue;
+    e->setVisibility(v);
+    e->close();
+  }
+  return Dxad::eOk;
+}
+ErrorStatus DxDbGroup::clear() {
+  assertWriteEnabled();
+  for (const auto& id : m_entities)
+    if (DxDbObject* o = objectOf(id)) {
+      if (Stub* s = id.stub(); s && s->db) s->db->noteWrite(s);
+      o->removePersistentReactor(objectId());
+    }
+  m_entities.clear();
+  return Dxad::eOk;
 }

@@ -146,6 +146,7 @@ void registerHostCommands(DxEdCommandStack* stack) {
       {"-IMAGE", kModal, cmd::cmdImage},
       {"IMAGECLIP", kUsePickSet, cmd::cmdImageClip},
       {"WIPEOUT", kModal, cmd::cmdWipeout},
+      {"-GROUP", kModal, cmd::cmdGroup},
   };
   for (const Row& r : rows) stack->addCommand(kHostGroup, r.name, r.name, r.flags, r.fn);
 }

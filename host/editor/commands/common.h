@@ -49,5 +49,6 @@ void cmdLayer();
 void cmdImage();
 void cmdImageClip();
 void cmdWipeout();
+void cmdGroup();
 
 }  // namespace dx::ed::cmd

@@ -483,6 +483,41 @@ DxDbObjectId byHandle(const std::string& hex) {
 
 }  // namespace
 
+namespace {
+
+// With group selection on, an entity brings the other members of its selectable groups
+// (those in the same space); a group is known from the entity's reactors.
+std::vector<DxDbObjectId> withGroupMembers(std::vector<DxDbObjectId> found) {
+  std::unordered_set<const void*> seen;
+  for (auto id : found) seen.insert(id.stub());
+  size_t n = found.size();
+  for (size_t i = 0; i < n; ++i) {
+    DxDbObjectIdArray reactors;
+    DxDbObjectId space;
+    if (Opened<DxDbEntity> e(found[i], DxDb::kForRead); e) {
+      reactors = e->getPersistentReactorIds();
+      space = e->ownerId();
+    }
+    for (const auto& r : reactors) {
+      Opened<DxDbGroup> g(r, DxDb::kForRead);
+      if (!g || !g->isSelectable()) continue;
+      DxDbObjectIdArray members;
+      g->allEntityIds(members);
+      g.close();
+      for (const auto& m : members) {
+        if (seen.count(m.stub())) continue;
+        Opened<DxDbEntity> me(m, DxDb::kForRead);
+        if (!me || me->ownerId() != space) continue;
+        seen.insert(m.stub());
+        found.push_back(m);
+      }
+    }
+  }
+  return found;
+}
+
+}  // namespace
+
 int selectObjects(const SelectOptions& opt, std::vector<DxDbObjectId>& out) {
   Session& s = Session::get();
   Filter filter(opt.filter);
@@ -494,7 +529,9 @@ int selectObjects(const SelectOptions& opt, std::vector<DxDbObjectId>& out) {
   bool removing = false;
   int lockedTotal = 0;
   Document* doc = s.current();
+  bool groups = !opt.memberwise && (s.getInt("PICKSTYLE") & 1) != 0;
   auto addFound = [&](std::vector<DxDbObjectId> found) {
+    if (groups) found = withGroupMembers(std::move(found));
     int locked = 0;
     size_t foundCount = found.size();
     found = applyFilter(found, filter, opt.skipLocked, &locked);

@@ -235,6 +235,7 @@ class Opened {
 struct SelectOptions {
   bool single = false;       // one selection round (":S")
   bool skipLocked = false;   // drop entities on locked layers (":L")
+  bool memberwise = false;   // entities alone, even when PICKSTYLE selects whole groups
   const resbuf* filter = nullptr;
   std::string addPrompt = "\nSelect objects: ";
   std::string removePrompt = "\nRemove objects: ";
