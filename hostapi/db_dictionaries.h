@@ -176,6 +176,32 @@ class DxDbWipeoutVariables : public DxDbObject {
   int16_t m_frame = 1;
 };
 
+// SORTENTSTABLE: the draw order of one block's entities. Each entity is drawn by its
+// sort handle (its own handle when it has no entry); the table lives in the block
+// record's extension dictionary under ACAD_SORTENTS.
+class DxDbSortentsTable : public DxDbObject {
+  DX_DB_RECORD_CLASS(DxDbSortentsTable);
+  DxDbSortentsTable() = default;
+  // The table of a block record; with create, made when the block has none.
+  static Dxad::ErrorStatus openFor(DxDbObjectId blockId, DxDbSortentsTable*& table,
+                                   DxDb::OpenMode mode, bool create);
+  DxDbObjectId blockId() const { return m_block; }
+  // The block's entities (not erased), first drawn first.
+  Dxad::ErrorStatus getFullDrawOrder(DxDbObjectIdArray& ids) const;
+  // Takes ids (all of the block's entities, first drawn first) as the new order.
+  Dxad::ErrorStatus setFullDrawOrder(const DxDbObjectIdArray& ids);
+  Dxad::ErrorStatus moveToTop(const DxDbObjectIdArray& ids);
+  Dxad::ErrorStatus moveToBottom(const DxDbObjectIdArray& ids);
+  Dxad::ErrorStatus moveAbove(const DxDbObjectIdArray& ids, DxDbObjectId target);
+  Dxad::ErrorStatus moveBelow(const DxDbObjectIdArray& ids, DxDbObjectId target);
+
+ private:
+  friend struct dx::db::Access;
+  Dxad::ErrorStatus place(const DxDbObjectIdArray& ids, DxDbObjectId target, bool above);
+  DxDbObjectId m_block;
+  std::vector<std::pair<DxDbObjectId, uint64_t>> m_entries;  // entity, sort handle
+};
+
 class DxDbLayout : public DxDbObject {
   DX_DB_RECORD_CLASS(DxDbLayout);
   DxDbLayout() = default;

@@ -235,6 +235,19 @@ int dxedSSGet(const char* mode, const void* pt1, const void* pt2, const resbuf* 
 int dxedSSGetFirst(resbuf** gset, resbuf** pset);
 int dxedSSSetFirst(const dx_name pset, const dx_name unused);
 int dxedSSFree(const dx_name ss);
+
+// Draw order: where children go relative to their parent (or the whole space).
+enum DxEdDrawOrderCmdType {
+  kDrawOrderNone = 0,
+  kDrawOrderBottom = 1,
+  kDrawOrderTop = 2,
+  kDrawOrderBelow = 3,
+  kDrawOrderAbove = 4
+};
+// Gives children the draw order of parent: directly above it (kDrawOrderNone,
+// kDrawOrderAbove), directly below it, or at the top or bottom of its space.
+Dxad::ErrorStatus dxedDrawOrderInherit(DxDbObjectId parent, const DxDbObjectIdArray& children,
+                                       DxEdDrawOrderCmdType cmd = kDrawOrderNone);
 int dxedSSLength(const dx_name ss, int32_t* len);
 int dxedSSName(const dx_name ss, int32_t i, dx_name entity);
 // Adds an entity (ent null: makes a new empty set when ss is null too).

@@ -51,16 +51,18 @@ struct ClassRecord {
   DxRxClass* (*desc)();
   const char* dxfName;
   const char* cppName;
+  const char* appName;
   int proxyFlags;
   bool isEntity;
 };
 const ClassRecord kClassRecords[] = {
-    {DxDbRasterImage::desc, "IMAGE", "AcDbRasterImage", 127, true},
-    {DxDbRasterImageDef::desc, "IMAGEDEF", "AcDbRasterImageDef", 0, false},
-    {DxDbRasterImageDefReactor::desc, "IMAGEDEF_REACTOR", "AcDbRasterImageDefReactor", 1, false},
-    {DxDbRasterVariables::desc, "RASTERVARIABLES", "AcDbRasterVariables", 0, false},
-    {DxDbWipeout::desc, "WIPEOUT", "AcDbWipeout", 127, true},
-    {DxDbWipeoutVariables::desc, "WIPEOUTVARIABLES", "AcDbWipeoutVariables", 0, false},
+    {DxDbRasterImage::desc, "IMAGE", "AcDbRasterImage", "ISM", 127, true},
+    {DxDbRasterImageDef::desc, "IMAGEDEF", "AcDbRasterImageDef", "ISM", 0, false},
+    {DxDbRasterImageDefReactor::desc, "IMAGEDEF_REACTOR", "AcDbRasterImageDefReactor", "ISM", 1, false},
+    {DxDbRasterVariables::desc, "RASTERVARIABLES", "AcDbRasterVariables", "ISM", 0, false},
+    {DxDbWipeout::desc, "WIPEOUT", "AcDbWipeout", "WipeOut", 127, true},
+    {DxDbWipeoutVariables::desc, "WIPEOUTVARIABLES", "AcDbWipeoutVariables", "WipeOut", 0, false},
+    {DxDbSortentsTable::desc, "SORTENTSTABLE", "AcDbSortentsTable", "ObjectDBX Classes", 0, false},
 };
 
 class Writer {
@@ -103,7 +105,7 @@ class Writer {
         m_w.str(0, "CLASS");
         m_w.str(1, c->dxfName);
         m_w.str(2, c->cppName);
-        m_w.str(3, "ISM");
+        m_w.str(3, c->appName);
         m_w.integer(90, c->proxyFlags);
         if (m_sink.version >= Ver::R2004) m_w.integer(91, 0);
         m_w.integer(280, 0);

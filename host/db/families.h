@@ -34,6 +34,7 @@
   X(ImageDefReactor)      \
   X(RasterVariables)      \
   X(WipeoutVariables)     \
+  X(SortentsTable)        \
   X(Layout)               \
   X(UnknownObject)
 

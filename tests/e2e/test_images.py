@@ -249,5 +249,44 @@ class Groups(Drawing):
                                     "-GROUP REN G1 G2\n-GROUP E G2\nU\nU\nU\nU\n")
 
 
+class DrawOrder(Drawing):
+    def order(self, out):
+        from ezdxf import reorder
+        msp = ezdxf.readfile(out).modelspace()
+        names = {"WALLS": "wall", "LOCKED": "locked"}
+        return [names.get(e.dxf.layer, e.dxftype().lower())
+                for e in reorder.ascending(msp, msp.get_redraw_order())]
+
+    def test_front_back_above_under(self):
+        r, out = self.script('DRAWORDER 25,20 "" B\n')
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        self.assertEqual(self.order(out), ["circle", "wall", "locked", "insert", "lwpolyline"])
+        r, out = self.script('DRAWORDER 5,0 "" F\n')
+        self.assertEqual(self.order(out), ["circle", "locked", "insert", "lwpolyline", "wall"])
+        r, out = self.script('DRAWORDER 5,0 "" A 105,0 ""\n')
+        self.assertEqual(self.order(out), ["circle", "locked", "insert", "lwpolyline", "wall"])
+        r, out = self.script('DRAWORDER 105,0 "" U 25,20 ""\n')
+        self.assertEqual(self.order(out), ["wall", "lwpolyline", "circle", "locked", "insert"])
+
+    def test_order_is_stored_in_the_space_and_survives_reopening(self):
+        r, first = self.script('DRAWORDER 25,20 "" B\n', out="first.dxf")
+        doc = ezdxf.readfile(first)
+        xdict = doc.modelspace().block_record.get_extension_dict()
+        self.assertEqual(xdict["ACAD_SORTENTS"].dxftype(), "SORTENTSTABLE")
+        # The reopened drawing starts from the stored order.
+        r, out = self.script('DRAWORDER 105,0 "" B\n', drawing=first)
+        self.assertEqual(self.order(out), ["lwpolyline", "circle", "wall", "locked", "insert"])
+        r, again = self.script("", out="again.dxf", drawing=first)
+        ok, diff = same_drawing(first, again)
+        self.assertTrue(ok, diff)
+
+    def test_new_entities_are_drawn_on_top(self):
+        r, out = self.script('DRAWORDER 5,0 "" F\nLINE 0,0 1,1 ""\n')
+        self.assertEqual(self.order(out)[-2:], ["wall", "line"])
+
+    def test_draworder_is_undone_by_u(self):
+        self.assert_undo_gives_back('DRAWORDER 25,20 "" B\nDRAWORDER 5,0 "" A 105,0 ""\nU\nU\n')
+
+
 if __name__ == "__main__":
     unittest.main()

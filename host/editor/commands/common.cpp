@@ -147,6 +147,7 @@ void registerHostCommands(DxEdCommandStack* stack) {
       {"IMAGECLIP", kUsePickSet, cmd::cmdImageClip},
       {"WIPEOUT", kModal, cmd::cmdWipeout},
       {"-GROUP", kModal, cmd::cmdGroup},
+      {"DRAWORDER", kUsePickSet, cmd::cmdDrawOrder},
   };
   for (const Row& r : rows) stack->addCommand(kHostGroup, r.name, r.name, r.flags, r.fn);
 }

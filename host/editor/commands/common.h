@@ -50,5 +50,6 @@ void cmdImage();
 void cmdImageClip();
 void cmdWipeout();
 void cmdGroup();
+void cmdDrawOrder();
 
 }  // namespace dx::ed::cmd
