@@ -35,6 +35,13 @@ class DxDbDatabase : public DxRxObject {
   Dxad::ErrorStatus readDwgFile(const char* fileName);
   Dxad::ErrorStatus readDxfFromBuffer(std::string data);
   Dxad::ErrorStatus saveAs(const char* fileName, DxDbDwgVersion version = DxDb::kDHL_CURRENT);
+  // Saves over a drawing file in place. With bakAndRename the file there is kept as a
+  // back-up (its extension replaced by ".bak") before the new one, written under a
+  // temporary name, is renamed over it: at every moment the path holds either the old
+  // drawing or the new one. A file without write permission is not replaced
+  // (eFileAccessErr). security is not used by this host and may be null.
+  Dxad::ErrorStatus saveAs(const char* fileName, bool bakAndRename, DxDbDwgVersion version,
+                           const void* security);
   const std::string& lastError() const;
   const char* originalFileName() const;
   // Version the drawing was read in ("AC1009" ... "AC1032").
@@ -114,10 +121,36 @@ class DxDbHostApplicationServices {
 };
 DxDbHostApplicationServices* dxdbHostApplicationServices();
 
+// The host's interactive setting, on by default. Batch work switches it off around calls
+// into the host, which then print nothing on their own.
+bool dxdbIsInteractive();
+void dxdbSetInteractive(bool on);
+
+// The formats the host saves drawings in, newest first: the code a module passes around,
+// a description and the file extension (".dxf").
+struct DxDbSaveFormat {
+  int code;
+  const char* description;
+  const char* extension;
+};
+const DxDbSaveFormat* dxdbSaveFormats(int* count);
+
+// Held while a batch of off-screen saves runs: the host raises no save veto (it asks no
+// module whether a save may go ahead) for as long as one exists. Nests.
+class DxDbDisableCheckSaveVeto {
+ public:
+  DxDbDisableCheckSaveVeto();
+  ~DxDbDisableCheckSaveVeto();
+  DxDbDisableCheckSaveVeto(const DxDbDisableCheckSaveVeto&) = delete;
+  DxDbDisableCheckSaveVeto& operator=(const DxDbDisableCheckSaveVeto&) = delete;
+  static bool active();
+};
+
 // Removes what a user's PURGE ALL removes: unreferenced layers other than "0" and
 // "DEFPOINTS", linetypes, text styles, dimension styles and blocks, repeatedly until
 // nothing more goes. True when it ran. Exported under its plain name, so that modules
 // can find it in the host with dlsym.
+// Named removals are printed only when verbose and the host is interactive.
 extern "C" bool purgeAll(DxDbDatabase* db, bool verbose = false);
 using PurgeAllFn = bool (*)(DxDbDatabase*, bool);
 // The same, reporting each removed name ("Layer", "FOO") to the callback.

@@ -33,6 +33,18 @@
 int DxUiMessageBox(const char* text, const char* caption = nullptr, unsigned type = MB_OK);
 
 // ---------------------------------------------------------------------------------------
+// Progress of a long task
+
+// True when the command line is an interactive terminal whose last line can be redrawn;
+// false in scripts, with output to a file or a pipe, and while output is captured.
+bool DxUiProgressInPlace();
+// Redraws the progress line in place: a bar for position of range, the label (for
+// example "45%") and the text (the current file). Does nothing when not in place.
+void DxUiProgressShow(int position, int range, const char* label, const char* text);
+// Ends the progress line, so that what follows starts on a line of its own.
+void DxUiProgressEnd();
+
+// ---------------------------------------------------------------------------------------
 // Dialogs
 
 // Values of a dialog's controls by control id, in and out: "1"/"0" for check boxes and

@@ -39,6 +39,7 @@ inline constexpr uint32_t kBpStart = 3135;
 inline constexpr uint32_t kBpViewLog = 3136;
 inline constexpr uint32_t kBpProgress = 3137;
 inline constexpr uint32_t kBpPercent = 3138;
+inline constexpr uint32_t kBpCheck = 3139;
 
 // CDxDimexDlg and CDxDimimDlg
 inline constexpr uint32_t kDimStyles = 3140;

@@ -50,6 +50,7 @@ const DxResControl kBatchPurgeControls[] = {
     {"button", kBpAddFiles, TEXT(BpAddFiles), 0, 0},
     {"button", kBpAddFolder, TEXT(BpAddFolder), 0, 0},
     {"button", kBpRemove, TEXT(BpRemove), 0, 0},
+    {"button", kBpCheck, TEXT(BpCheckRows), 0, 0},
     {"combo", kBpFormat, TEXT(BpSaveFormat), 0, 0},
     {"button", kBpStart, TEXT(BpStart), 0, 0},
     {"button", kBpViewLog, TEXT(BpViewLog), 0, 0},

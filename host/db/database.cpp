@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <sstream>
@@ -247,6 +249,57 @@ ErrorStatus DxDbDatabase::saveAs(const char* fileName, DxDbDwgVersion version) {
   }
   return Dxad::eOk;
 }
+
+ErrorStatus DxDbDatabase::saveAs(const char* fileName, bool bakAndRename, DxDbDwgVersion version, const void*) {
+  std::string path = fileName ? fileName : "";
+  struct stat st {};
+  bool exists = ::stat(path.c_str(), &st) == 0;
+  // The read-only attribute is the absence of every write bit, so that it holds for root
+  // too (who could otherwise rename over it).
+  if (exists && (st.st_mode & (S_IWUSR | S_IWGRP | S_IWOTH)) == 0) {
+    m_impl->lastError = "the file is read-only: " + path;
+    return Dxad::eFileAccessErr;
+  }
+  if (bakAndRename && exists && S_ISREG(st.st_mode)) {
+    // A hard link keeps the old bytes under the back-up name at no cost; the rename of
+    // the new file then only takes the drawing's name away from them.
+    std::string bak = std::filesystem::path(path).replace_extension(".bak").string();
+    if (bak != path) {
+      std::error_code ec;
+      std::filesystem::remove(bak, ec);
+      if (::link(path.c_str(), bak.c_str()) != 0) {
+        std::filesystem::copy_file(path, bak, std::filesystem::copy_options::overwrite_existing, ec);
+        if (ec) {
+          m_impl->lastError = "cannot keep a back-up as " + bak + ": " + ec.message();
+          return Dxad::eFileAccessErr;
+        }
+      }
+    }
+  }
+  return saveAs(path.c_str(), version);
+}
+
+namespace {
+bool g_interactive = true;
+int g_saveVetoDisabled = 0;
+
+const DxDbSaveFormat kSaveFormats[] = {
+    {64, "R2018 DXF", ".dxf"}, {60, "R2013 DXF", ".dxf"}, {48, "R2010 DXF", ".dxf"}, {36, "R2007 DXF", ".dxf"},
+    {24, "R2004 DXF", ".dxf"}, {12, "R2000 DXF", ".dxf"}, {8, "R14 DXF", ".dxf"},
+};
+}  // namespace
+
+bool dxdbIsInteractive() { return g_interactive; }
+void dxdbSetInteractive(bool on) { g_interactive = on; }
+
+const DxDbSaveFormat* dxdbSaveFormats(int* count) {
+  if (count) *count = int(std::size(kSaveFormats));
+  return kSaveFormats;
+}
+
+DxDbDisableCheckSaveVeto::DxDbDisableCheckSaveVeto() { ++g_saveVetoDisabled; }
+DxDbDisableCheckSaveVeto::~DxDbDisableCheckSaveVeto() { --g_saveVetoDisabled; }
+bool DxDbDisableCheckSaveVeto::active() { return g_saveVetoDisabled > 0; }
 
 const std::string& DxDbDatabase::lastError() const { return m_impl->lastError; }
 const char* DxDbDatabase::originalFileName() const { return m_impl->fileName.c_str(); }

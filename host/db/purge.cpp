@@ -30,6 +30,42 @@ class RefCollector : public Sink {
   }
 };
 
+struct Kind {
+  Table table;
+  const char* label;
+};
+const Kind kKinds[] = {{Table::Block, "Block"},      {Table::Layer, "Layer"}, {Table::Linetype, "Linetype"},
+                       {Table::Style, "Text style"}, {Table::DimStyle, "Dimension style"}};
+
+const Kind* kindOf(const DxDbObject* o) {
+  if (DxRxObject::cast<DxDbBlockTableRecord>(o)) return &kKinds[0];
+  if (DxRxObject::cast<DxDbLayerTableRecord>(o)) return &kKinds[1];
+  if (DxRxObject::cast<DxDbLinetypeTableRecord>(o)) return &kKinds[2];
+  if (DxRxObject::cast<DxDbTextStyleTableRecord>(o)) return &kKinds[3];
+  if (DxRxObject::cast<DxDbDimStyleTableRecord>(o)) return &kKinds[4];
+  return nullptr;
+}
+
+// Whether an unreferenced record of the table may go: the drawing's fixed records, layouts,
+// external references and the pictures of dimensions stay.
+bool purgeable(Table table, const DxDbSymbolTableRecord* rec, const std::unordered_set<std::string>& dimBlocks) {
+  if (rec->isDependent()) return false;
+  std::string key = upperKey(rec->getName());
+  switch (table) {
+    case Table::Layer: return key != "0" && key != "DEFPOINTS";
+    case Table::Linetype: return key != "BYLAYER" && key != "BYBLOCK" && key != "CONTINUOUS";
+    case Table::Style:
+    case Table::DimStyle: return key != "STANDARD";
+    case Table::Block: {
+      auto* b = static_cast<const DxDbBlockTableRecord*>(rec);
+      return !b->isLayout() && !b->isFromExternalReference() && !dimBlocks.count(key);
+    }
+    default: return true;
+  }
+}
+
+// One pass; true when it removed something that may have been the last use of another
+// record, so that another pass can find more.
 bool purgePass(DatabaseImpl& db, PurgeFilter filter, PurgeReport report, void* ctx) {
   std::unordered_set<Stub*> refs;
   RefCollector col(refs);
@@ -50,14 +86,15 @@ bool purgePass(DatabaseImpl& db, PurgeFilter filter, PurgeReport report, void* c
                           db.owner()->dimstyle()})
     if (id.stub()) refs.insert(id.stub());
 
-  struct Kind {
-    Table table;
-    const char* label;
+  // What the removed objects referred to: only those records can have lost their last use.
+  std::unordered_set<Stub*> released;
+  RefCollector releasedBy(released);
+  auto remove = [&](DxDbObject* o) {
+    releasedBy.owner = o->ownerId().stub();
+    emitObject(*o, releasedBy, true);
+    return o->erase() == Dxad::eOk;
   };
-  const Kind kinds[] = {{Table::Block, "Block"},       {Table::Layer, "Layer"}, {Table::Linetype, "Linetype"},
-                        {Table::Style, "Text style"},  {Table::DimStyle, "Dimension style"}};
-  bool any = false;
-  for (const Kind& k : kinds) {
+  for (const Kind& k : kKinds) {
     DxDbSymbolTable* tab = db.table(k.table);
     if (!tab) continue;
     std::vector<DxDbObjectId> victims;
@@ -65,26 +102,7 @@ bool purgePass(DatabaseImpl& db, PurgeFilter filter, PurgeReport report, void* c
       Stub* s = id.stub();
       if (!s || !s->obj || s->erased || refs.count(s)) continue;
       auto* rec = static_cast<DxDbSymbolTableRecord*>(s->obj);
-      std::string key = upperKey(rec->getName());
-      if (rec->isDependent()) continue;
-      switch (k.table) {
-        case Table::Layer:
-          if (key == "0" || key == "DEFPOINTS") continue;
-          break;
-        case Table::Linetype:
-          if (key == "BYLAYER" || key == "BYBLOCK" || key == "CONTINUOUS") continue;
-          break;
-        case Table::Style:
-        case Table::DimStyle:
-          if (key == "STANDARD") continue;
-          break;
-        case Table::Block: {
-          auto* b = static_cast<DxDbBlockTableRecord*>(rec);
-          if (b->isLayout() || b->isFromExternalReference() || dimBlocks.count(key)) continue;
-          break;
-        }
-        default: break;
-      }
+      if (!purgeable(k.table, rec, dimBlocks)) continue;
       if (filter && !filter(ctx, k.label, rec->getName().c_str())) continue;
       victims.push_back(id);
     }
@@ -92,15 +110,14 @@ bool purgePass(DatabaseImpl& db, PurgeFilter filter, PurgeReport report, void* c
       DxDbObject* o = nullptr;
       if (dxdbOpenObject(o, id, DxDb::kForWrite) != Dxad::eOk) continue;
       std::string name = static_cast<DxDbSymbolTableRecord*>(o)->getName();
-      if (o->erase() == Dxad::eOk) {
-        any = true;
+      if (remove(o)) {
         if (report) report(ctx, k.label, name.c_str());
         // A block's own entities go with it.
         if (auto* b = DxRxObject::cast<DxDbBlockTableRecord>(o))
           for (const DxDbObjectId& eid : b->entityIds()) {
             DxDbObject* e = nullptr;
             if (dxdbOpenObject(e, eid, DxDb::kForWrite) == Dxad::eOk) {
-              e->erase();
+              remove(e);
               e->close();
             }
           }
@@ -108,7 +125,12 @@ bool purgePass(DatabaseImpl& db, PurgeFilter filter, PurgeReport report, void* c
       o->close();
     }
   }
-  return any;
+  for (Stub* s : released) {
+    if (!s->obj || s->erased) continue;
+    const Kind* k = kindOf(s->obj);
+    if (k && purgeable(k->table, static_cast<DxDbSymbolTableRecord*>(s->obj), dimBlocks)) return true;
+  }
+  return false;
 }
 
 }  // namespace
@@ -125,7 +147,7 @@ bool purgeAllWithReport(DxDbDatabase* db, PurgeReport report, void* ctx) {
 }
 
 extern "C" bool purgeAll(DxDbDatabase* db, bool verbose) {
-  if (!verbose) return purgeAllWithReport(db, nullptr, nullptr);
+  if (!verbose || !dxdbIsInteractive()) return purgeAllWithReport(db, nullptr, nullptr);
   return purgeAllWithReport(
       db, [](void*, const char* kind, const char* name) { std::printf("Deleting %s \"%s\".\n", kind, name); },
       nullptr);

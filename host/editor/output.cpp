@@ -1,5 +1,7 @@
 #include "host/editor/output.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 
 namespace dx::ed {
@@ -28,6 +30,8 @@ void Output::message(std::string_view s) {
   if (m_column == 0 && !s.empty() && s.front() == '\n') s.remove_prefix(1);
   write(s);
 }
+
+bool Output::toTerminal() const { return !m_sink && !m_capture && ::isatty(STDOUT_FILENO) == 1; }
 
 void Output::endLine() {
   if (m_column != 0) write("\n");

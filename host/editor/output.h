@@ -20,6 +20,8 @@ class Output {
   void message(std::string_view s);
   void endLine();
   bool atLineStart() const { return m_column == 0; }
+  // Output goes straight to a terminal (no sink, nothing captured): a line can be redrawn.
+  bool toTerminal() const;
   // Everything written since the last take (tests read it).
   void setCapture(bool on) { m_capture = on; m_captured.clear(); }
   std::string takeCaptured() { return std::exchange(m_captured, {}); }

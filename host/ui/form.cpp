@@ -52,7 +52,8 @@ void show(const std::string& caption, const std::vector<Field>& fields, const Dx
     const DxResControl& c = *f.control;
     out += "\n  ";
     if (is(c, "label") || is(c, "progress")) {
-      out += "    " + f.text;
+      // A label shows the text the dialog gave it, else its own.
+      out += "    " + (is(c, "label") && v.count(c.id) ? valueOf(v, c.id) : f.text);
       if (is(c, "progress")) out += " " + valueOf(v, c.id) + "%";
       continue;
     }
@@ -60,7 +61,7 @@ void show(const std::string& caption, const std::vector<Field>& fields, const Dx
     if (is(c, "check")) out += std::string(isOn(v, c.id) ? "[X] " : "[ ] ") + f.text;
     else if (is(c, "radio")) out += std::string(isOn(v, c.id) ? "(*) " : "( ) ") + f.text;
     else if (is(c, "button")) out += "<" + f.text + ">";
-    else out += f.text + ": " + valueOf(v, c.id);
+    else out += f.text + (f.text.ends_with(':') ? " " : ": ") + valueOf(v, c.id);
   }
   dxutPrintf("%s", out.c_str());
 }
