@@ -365,10 +365,16 @@ Stub* DatabaseImpl::findStub(uint64_t handle) const {
   return it == m_byHandle.end() ? nullptr : it->second;
 }
 
-Stub* DatabaseImpl::newStub() {
-  while (m_byHandle.count(m_nextHandle)) ++m_nextHandle;
-  return stubFor(m_nextHandle);
+uint64_t DatabaseImpl::freeHandle() {
+  while (m_nextHandle != UINT64_MAX && m_byHandle.count(m_nextHandle)) ++m_nextHandle;
+  if (!m_byHandle.count(m_nextHandle)) return m_nextHandle;
+  // The top handle is taken: fill the gaps from below (the cursor only moves up, so a
+  // drawing pays for the scan once).
+  while (m_byHandle.count(m_lowFree)) ++m_lowFree;
+  return m_lowFree;
 }
+
+Stub* DatabaseImpl::newStub() { return stubFor(freeHandle()); }
 
 Stub* DatabaseImpl::anonymousStub() {
   Stub& s = m_stubs.emplace_back();
@@ -377,9 +383,9 @@ Stub* DatabaseImpl::anonymousStub() {
 }
 
 void DatabaseImpl::assignHandle(Stub* s) {
-  while (m_byHandle.count(m_nextHandle)) ++m_nextHandle;
-  s->handle = m_nextHandle++;
+  s->handle = freeHandle();
   m_byHandle[s->handle] = s;
+  noteHandle(s->handle);
 }
 
 DxDbObjectId DatabaseImpl::attach(DxDbObject* obj, Stub* stub) {

@@ -109,16 +109,39 @@ void DatabaseImpl::completeStructure() {
     rootDict = newDict({});
   }
   auto* root = static_cast<DxDbDictionary*>(liveObjectOf(rootDict));
-  auto child = [&](const char* key) {
-    for (auto& [k, id] : Access::items(*root))
-      if (k == key && liveObjectOf(id)) return id;
+  auto child = [&](const char* key, DxDbObjectId taken) {
+    auto& items = Access::items(*root);
+    for (auto it = items.begin(); it != items.end(); ++it) {
+      if (it->first != key || !liveObjectOf(it->second)) continue;
+      if (DxRxObject::cast<DxDbDictionary>(liveObjectOf(it->second)) && it->second != rootDict &&
+          it->second != taken)
+        return it->second;
+      // A damaged file: the entry names something else; a dictionary of our own replaces it.
+      repairs.push_back(std::string("the ") + key + " entry of the root dictionary named no dictionary; a new one replaces it");
+      items.erase(it);
+      break;
+    }
     DxDbObjectId id = newDict(rootDict);
-    Access::items(*root).emplace_back(key, id);
+    items.emplace_back(key, id);
     return id;
   };
-  groupDict = child("ACAD_GROUP");
-  layoutDict = child("ACAD_LAYOUT");
+  groupDict = child("ACAD_GROUP", {});
+  layoutDict = child("ACAD_LAYOUT", groupDict);
   auto* layouts = static_cast<DxDbDictionary*>(liveObjectOf(layoutDict));
+  // Layouts must be layouts of blocks that exist; others are dropped.
+  auto& layoutItems = Access::items(*layouts);
+  for (size_t i = 0; i < layoutItems.size();) {
+    DxDbObject* o = liveObjectOf(layoutItems[i].second);
+    auto* l = DxRxObject::cast<DxDbLayout>(o);
+    if (l && DxRxObject::cast<DxDbBlockTableRecord>(liveObjectOf(Access::layoutBlock(*l)))) {
+      ++i;
+      continue;
+    }
+    repairs.push_back("layout '" + layoutItems[i].first + "' " +
+                      (l ? "named a missing block and was removed" : "was no layout and was removed"));
+    if (l) layoutItems[i].second.stub()->erased = true;
+    layoutItems.erase(layoutItems.begin() + ptrdiff_t(i));
+  }
   auto ensureLayout = [&](DxDbObjectId btrId, const char* name, int16_t tab) {
     auto* b = static_cast<DxDbBlockTableRecord*>(liveObjectOf(btrId));
     if (!b || liveObjectOf(Access::layout(*b))) return;

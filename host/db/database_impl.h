@@ -61,8 +61,10 @@ class DatabaseImpl {
   Stub* anonymousStub();
   void assignHandle(Stub* s);
   uint64_t handseed() const { return m_nextHandle; }
+  // Handles never wrap: once the top of the range is used, new objects take the lowest
+  // free handles instead.
   void noteHandle(uint64_t h) {
-    if (h >= m_nextHandle) m_nextHandle = h + 1;
+    if (h >= m_nextHandle) m_nextHandle = h == UINT64_MAX ? h : h + 1;
   }
   // Puts obj into the database under stub (creating a stub when null); takes ownership.
   DxDbObjectId attach(DxDbObject* obj, Stub* stub = nullptr);
@@ -106,6 +108,8 @@ class DatabaseImpl {
   uint64_t fileHandseed = 1;  // $HANDSEED of the file read
   // Set while a file is read: standard records it lacks are made implicit.
   bool readFromFile = false;
+  // What loading set right in a damaged file, one line each, for the user to read.
+  std::vector<std::string> repairs;
   // Load/save state.
   std::string fileName, fileVersion = "AC1032", lastError, codePage = "ANSI_1252";
 
@@ -141,6 +145,8 @@ class DatabaseImpl {
   std::deque<Stub> m_stubs;
   std::unordered_map<uint64_t, Stub*> m_byHandle;
   uint64_t m_nextHandle = 1;
+  uint64_t m_lowFree = 1;  // where the search for a free handle below the top resumes
+  uint64_t freeHandle();
   std::vector<JournalEntry> m_journal;
   uint32_t m_journalGen = 1;
   bool m_journalOn = false;

@@ -1,6 +1,7 @@
 // Reading a DXF file into a database.
 #include <cstring>
 #include <deque>
+#include <unordered_map>
 
 #include "host/db/database_impl.h"
 
@@ -57,6 +58,50 @@ inline bool pointCode(int c) {
 }
 inline bool refCode(int c) {
   return (c >= 330 && c <= 369) || (c >= 390 && c <= 399) || c == 480 || c == 481 || c == 1005;
+}
+
+// A block that holds a reference of itself, directly or through others, has no
+// geometry: such references are taken out (and reported) so that nothing walking the
+// nesting ever goes round. The walk keeps its own stack: long legal chains are fine.
+void breakBlockCycles(DatabaseImpl& db) {
+  DxDbSymbolTable* blocks = db.table(Table::Block);
+  if (!blocks) return;
+  auto live = [](DxDbObjectId id) -> DxDbObject* {
+    Stub* s = id.stub();
+    return s && s->obj && !s->erased ? s->obj : nullptr;
+  };
+  enum : uint8_t { kNew, kOnPath, kDone };
+  std::unordered_map<const DxDbObject*, uint8_t> state;
+  for (const DxDbObjectId& rootId : Access::records(*blocks)) {
+    auto* root = DxRxObject::cast<DxDbBlockTableRecord>(live(rootId));
+    if (!root || state[root] != kNew) continue;
+    std::vector<std::pair<DxDbBlockTableRecord*, size_t>> path{{root, 0}};
+    state[root] = kOnPath;
+    while (!path.empty()) {
+      auto [btr, next] = path.back();
+      auto& ids = Access::entities(*btr);
+      if (next == ids.size()) {
+        state[btr] = kDone;
+        path.pop_back();
+        continue;
+      }
+      ++path.back().second;
+      auto* ref = DxRxObject::cast<DxDbBlockReference>(live(ids[next]));
+      auto* nested = ref ? DxRxObject::cast<DxDbBlockTableRecord>(live(ref->blockTableRecord())) : nullptr;
+      if (!nested) continue;
+      uint8_t& st = state[nested];
+      if (st == kNew) {
+        st = kOnPath;
+        path.emplace_back(nested, 0);
+      } else if (st == kOnPath) {
+        db.repairs.push_back("a reference of block '" + nested->getName() + "' inside '" + btr->getName() +
+                             "' was removed: the block would contain itself");
+        ids[next].stub()->erased = true;
+        for (const DxDbObjectId& a : ref->attributeIds())
+          if (Stub* s = a.stub()) s->erased = true;
+      }
+    }
+  }
 }
 
 class Reader {
@@ -246,6 +291,7 @@ bool Reader::run(std::string& error) {
       if (auto* r = DxRxObject::cast<DxDbSymbolTableRecord>(s.obj)) Access::implicit(*r) = false;
     });
   m_db.completeStructure();
+  breakBlockCycles(m_db);
   m_db.readFromFile = false;
   return true;
 }
@@ -285,9 +331,9 @@ bool Reader::readHeader() {
           return fail("unsupported drawing version '" + v + "'");
         m_ctx.version = verFromAcad(v);
         m_db.codePage = m_db.headerString("$DWGCODEPAGE", "ANSI_1252");
-        if (int64_t seed = int64_t(parseHex(m_db.headerString("$HANDSEED"))); seed > 0) {
-          m_db.noteHandle(uint64_t(seed) - 1);
-          m_db.fileHandseed = uint64_t(seed);
+        if (uint64_t seed = parseHex(m_db.headerString("$HANDSEED")); seed > 0) {
+          m_db.noteHandle(seed - 1);
+          m_db.fileHandseed = seed;
         }
         return true;
       }
@@ -476,13 +522,17 @@ bool Reader::readTables() {
       continue;
     }
     if (current == Table::None) continue;
-    DxDbObject* o = makeObject(rec, false);
-    auto* r = DxRxObject::cast<DxDbSymbolTableRecord>(o);
-    if (!r) {
-      return fail("unexpected '" + rec.type + "' in a table");
-    }
-    applyTags(*o, *schemaOf(*o), rec.tags, m_ctx);
     DxDbSymbolTable* tab = m_db.table(current);
+    DxRxClass* cls = classForDxfName(rec.type);
+    if (!cls || !cls->isDerivedFrom(Access::recordClass(*tab))) {
+      // Another table's record (or no record at all) cannot join this table.
+      m_db.repairs.push_back("line " + std::to_string(rec.line) + ": a " + rec.type.substr(0, 40) +
+                             " record in the " + Access::tableName(*tab) + " table was dropped");
+      continue;
+    }
+    DxDbObject* o = makeObject(rec, false);
+    auto* r = static_cast<DxDbSymbolTableRecord*>(o);
+    applyTags(*o, *schemaOf(*o), rec.tags, m_ctx);
     Access::owner(*o) = tab->objectId();
     Access::records(*tab).push_back(o->objectId());
     Access::index(*tab).emplace(upperKey(r->getName()), o->objectId());

@@ -14,14 +14,12 @@ class DxfSink : public Sink {
     if (dims == 2) m_w.point2(code, p[0], p[1]);
     else m_w.point(code, p[0], p[1], p[2]);
   }
-  void ref(int code, DxDbObjectId id) override {
-    Stub* s = id.stub();
-    m_w.handle(code, (s && !s->erased) ? s->handle : 0);
-  }
+  // A reference to nothing (a damaged file, an erased object) is written cleared.
+  void ref(int code, DxDbObjectId id) override { m_w.handle(code, liveHandle(id.stub())); }
+  static uint64_t liveHandle(const Stub* s) { return s && s->obj && !s->erased ? s->handle : 0; }
   void xtag(const XTag& t) override {
     if (t.isRef) {
-      Stub* s = t.ref;
-      m_w.handle(t.code, (s && !s->erased) ? s->handle : 0);
+      m_w.handle(t.code, liveHandle(t.ref));
       return;
     }
     if (t.dims) {
@@ -186,7 +184,7 @@ class Writer {
     m_db.forEachStub([&](Stub& s) {
       if (!s.obj || s.erased || s.handle < top) return;
       if (auto* r = DxRxObject::cast<DxDbSymbolTableRecord>(s.obj); r && Access::implicit(*r)) return;
-      top = s.handle + 1;
+      top = s.handle == UINT64_MAX ? s.handle : s.handle + 1;
     });
     return top;
   }

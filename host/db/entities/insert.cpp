@@ -1,5 +1,8 @@
 // INSERT: block references with their attributes and the SEQEND that closes them.
 #include <cmath>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
 
 #include "host/db/entities/entity_geometry.h"
 #include "host/db/family.h"
@@ -146,20 +149,15 @@ ErrorStatus DxDbBlockReference::appendAttribute(DxDbObjectId& id, DxDbAttribute*
   return Dxad::eOk;
 }
 
-ErrorStatus DxDbBlockReference::getGeomExtents(DxGePoint3d& a, DxGePoint3d& b) const {
-  auto* btr = DxRxObject::cast<DxDbBlockTableRecord>(objectOf(m_block));
-  if (!btr) return Dxad::eInvalidInput;
-  Box box;
-  DxGeMatrix3d xf = blockTransform();
-  for (const auto& id : Access::entities(*const_cast<DxDbBlockTableRecord*>(btr))) {
-    auto* e = DxRxObject::cast<DxDbEntity>(objectOf(id));
-    if (!e || id.isErased() || DxRxObject::cast<DxDbAttributeDefinition>(e)) continue;
-    DxGePoint3d lo, hi;
-    if (e->getGeomExtents(lo, hi) != Dxad::eOk) continue;
-    for (int i = 0; i < 8; ++i)
-      box.add(xf * DxGePoint3d(i & 1 ? hi.x : lo.x, i & 2 ? hi.y : lo.y, i & 4 ? hi.z : lo.z));
-  }
-  for (const auto& id : m_attribs)
+namespace {
+
+void addCorners(Box& box, const DxGeMatrix3d& xf, const DxGePoint3d& lo, const DxGePoint3d& hi) {
+  for (int i = 0; i < 8; ++i)
+    box.add(xf * DxGePoint3d(i & 1 ? hi.x : lo.x, i & 2 ? hi.y : lo.y, i & 4 ? hi.z : lo.z));
+}
+
+void addAttributes(Box& box, const DxDbObjectIdArray& attribs) {
+  for (const auto& id : attribs)
     if (auto* e = DxRxObject::cast<DxDbEntity>(objectOf(id))) {
       DxGePoint3d lo, hi;
       if (!id.isErased() && e->getGeomExtents(lo, hi) == Dxad::eOk) {
@@ -167,6 +165,61 @@ ErrorStatus DxDbBlockReference::getGeomExtents(DxGePoint3d& a, DxGePoint3d& b) c
         box.add(hi);
       }
     }
+}
+
+const DxDbBlockTableRecord* blockOf(const DxDbObject* o) {
+  auto* ref = DxRxObject::cast<DxDbBlockReference>(o);
+  return ref ? DxRxObject::cast<DxDbBlockTableRecord>(objectOf(ref->blockTableRecord())) : nullptr;
+}
+
+// The extents of a block's contents in its own coordinates. Nesting is walked with a
+// stack of our own (chains of thousands of blocks are legal) and each block is measured
+// once; a block met again on its own path (a damaged drawing) adds nothing.
+Box blockBox(const DxDbBlockTableRecord* top) {
+  std::unordered_map<const DxDbBlockTableRecord*, Box> measured;
+  std::unordered_set<const DxDbBlockTableRecord*> onPath{top};
+  std::vector<std::pair<const DxDbBlockTableRecord*, size_t>> path{{top, 0}};
+  while (!path.empty()) {
+    auto* btr = path.back().first;
+    const auto& ids = Access::entities(*const_cast<DxDbBlockTableRecord*>(btr));
+    if (size_t& next = path.back().second; next < ids.size()) {
+      auto* nested = ids[next].isErased() ? nullptr : blockOf(objectOf(ids[next]));
+      ++next;
+      if (nested && !measured.count(nested) && onPath.insert(nested).second) path.emplace_back(nested, 0);
+      continue;
+    }
+    Box box;
+    for (const auto& id : ids) {
+      auto* e = DxRxObject::cast<DxDbEntity>(objectOf(id));
+      if (!e || id.isErased() || DxRxObject::cast<DxDbAttributeDefinition>(e)) continue;
+      if (auto* ref = DxRxObject::cast<DxDbBlockReference>(e)) {
+        auto it = measured.find(blockOf(ref));
+        Box refBox;
+        if (it != measured.end() && !it->second.empty)
+          addCorners(refBox, ref->blockTransform(), it->second.lo, it->second.hi);
+        addAttributes(refBox, ref->attributeIds());
+        if (!refBox.empty) { box.add(refBox.lo); box.add(refBox.hi); }
+        continue;
+      }
+      DxGePoint3d lo, hi;
+      if (e->getGeomExtents(lo, hi) == Dxad::eOk) box.add(lo), box.add(hi);
+    }
+    measured[btr] = box;
+    onPath.erase(btr);
+    path.pop_back();
+  }
+  return measured[top];
+}
+
+}  // namespace
+
+ErrorStatus DxDbBlockReference::getGeomExtents(DxGePoint3d& a, DxGePoint3d& b) const {
+  auto* btr = DxRxObject::cast<DxDbBlockTableRecord>(objectOf(m_block));
+  if (!btr) return Dxad::eInvalidInput;
+  Box box;
+  Box inner = blockBox(btr);
+  if (!inner.empty) addCorners(box, blockTransform(), inner.lo, inner.hi);
+  addAttributes(box, m_attribs);
   return box.out(a, b);
 }
 

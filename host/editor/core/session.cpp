@@ -97,6 +97,9 @@ Document* Session::openDocument(const std::string& path, std::string& error) {
             (db->lastError().empty() ? std::string("not a drawing file") : db->lastError());
     return nullptr;
   }
+  // What loading had to set right in a damaged file is said, not hidden.
+  for (const std::string& r : dx::db::implOf(db.get())->repairs)
+    output().message("\n" + fs::path(path).filename().string() + ": " + r + "\n");
   m_docs.push_back(std::make_unique<Document>(std::move(db), fs::absolute(path).string()));
   Document* doc = m_docs.back().get();
   for (auto* r : std::vector(docReactors)) r->documentCreated(doc);
