@@ -3,6 +3,7 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -163,5 +164,13 @@ void writeDxf(const DatabaseImpl& db, Ver version, dxf::TagWriter& w);
 
 // A copy of an object for undo or for cloning: same class and state, not attached.
 DxDbObject* copyObject(const DxDbObject& o);
+
+// Gives the target database's object for a reference of the source (copying it there
+// first when needed), or null to clear the reference.
+using RefMap = std::function<DxDbObjectId(DxDbObjectId)>;
+// A copy of an object for another database, not attached: every reference it holds
+// went through map. Its owner, extension dictionary and reactors are left for the
+// caller; sub-entities (attributes, vertices) are copied one by one.
+DxDbObject* copyAcross(const DxDbObject& src, DatabaseImpl& target, const RefMap& map);
 
 }  // namespace dx::db

@@ -1,143 +1,98 @@
 // A drawing file brought into another drawing as a block: the model space entities are
-// copied into a new block record; the layers, linetypes, text styles and nested blocks
-// they use are looked up by name in the target and copied when it has none.
+// copied into a new block record together with everything they refer to. Records
+// (layers, linetypes, styles, dimension styles, blocks) are matched by name and copied
+// when the target has none; objects of the named-object dictionaries (image
+// definitions, ...) are matched by their dictionary path. Every copy is made through
+// its groups, so nothing in the target points into the source once it is closed.
 #include <algorithm>
 #include <unordered_map>
 
+#include "host/db/database_impl.h"
 #include "host/editor/core/session.h"
 
 namespace dx::ed {
 namespace {
 
-// clone() gives a copy free of the source database: no id, owner or open state.
-template <class T>
-T* copyOf(const T* o) {
-  return static_cast<T*>(o->clone());
+using dx::db::Stub;
+
+DxDbObject* liveObject(DxDbObjectId id) {
+  Stub* s = id.stub();
+  return s && s->obj && !s->erased ? s->obj : nullptr;
 }
 
 class Copier {
  public:
-  Copier(DxDbDatabase* target, DxDbDatabase* source) : m_target(target), m_source(source) {}
+  Copier(DxDbDatabase* target, DxDbDatabase* source)
+      : m_target(target), m_source(source), m_targetImpl(*dx::db::implOf(target)) {}
 
-  // The target's record of a source record (copied on first need).
-  DxDbObjectId record(DxDbObjectId sourceId, DxDbObjectId targetTable) {
-    if (sourceId.isNull()) return {};
-    auto it = m_map.find(sourceId.stub());
-    if (it != m_map.end()) return it->second;
-    Opened<DxDbSymbolTableRecord> src(sourceId, DxDb::kForRead);
-    if (!src) return {};
-    std::string name = src->getName();
-    DxDbObjectId found;
-    {
-      Opened<DxDbSymbolTable> table(targetTable, DxDb::kForRead);
-      if (table) table->getIdAt(name.c_str(), found);
-    }
-    if (found.isNull() && !DxRxObject::cast<DxDbBlockTableRecord>(src.get())) {
-      auto* copy = copyOf(src.get());
-      src.close();
-      // A layer's linetype is a reference of its own.
-      if (auto* layer = DxRxObject::cast<DxDbLayerTableRecord>(copy)) {
-        Opened<DxDbLayerTableRecord> orig(sourceId, DxDb::kForRead);
-        DxDbObjectId lt = orig ? orig->linetypeObjectId() : DxDbObjectId();
-        orig.close();
-        layer->setLinetypeObjectId(lt.isNull() ? m_target->continuousLinetype()
-                                               : record(lt, m_target->linetypeTableId()));
-      }
-      Opened<DxDbSymbolTable> table(targetTable, DxDb::kForWrite);
-      if (!table || table->add(found, copy) != Dxad::eOk) {
-        delete copy;
-        return {};
-      }
-      copy->close();
-    }
-    m_map[sourceId.stub()] = found;
-    return found;
+  // The target's object for a reference of the source; null clears the reference.
+  DxDbObjectId map(DxDbObjectId sourceId) {
+    DxDbObject* o = liveObject(sourceId);
+    if (!o || sourceId.stub()->db != dx::db::implOf(m_source)) return {};
+    if (auto it = m_map.find(sourceId.stub()); it != m_map.end()) return it->second;
+    if (DxRxObject::cast<DxDbBlockTableRecord>(o)) return blockCopy(sourceId);
+    if (DxRxObject::cast<DxDbSymbolTableRecord>(o)) return record(sourceId);
+    if (DxRxObject::cast<DxDbEntity>(o)) return {};  // entities come only with their block
+    return namedObject(sourceId);
   }
 
   // Copies the entities of a source block record into a target block record.
-  bool copyEntities(DxDbObjectId sourceBlock, DxDbObjectId targetBlock) {
-    std::vector<DxDbObjectId> ids;
-    {
-      Opened<DxDbBlockTableRecord> src(sourceBlock, DxDb::kForRead);
-      if (!src) return false;
-      ids = src->entityIds();
-    }
-    for (DxDbObjectId id : ids) {
-      Opened<DxDbEntity> e(id, DxDb::kForRead);
+  void copyEntities(DxDbObjectId sourceBlock, DxDbObjectId targetBlock) {
+    auto* src = DxRxObject::cast<DxDbBlockTableRecord>(liveObject(sourceBlock));
+    if (!src) return;
+    for (DxDbObjectId id : src->entityIds()) {
+      DxDbObject* e = liveObject(id);
       if (!e) continue;
-      auto* copy = copyOf(e.get());
-      DxDbObjectId layer = e->layerId(), lt = e->linetypeId();
-      std::vector<std::pair<DxDbAttribute*, DxDbObjectId>> attributes;
-      DxDbObjectId nested;
-      if (auto* ref = DxRxObject::cast<DxDbBlockReference>(e.get())) {
-        nested = ref->blockTableRecord();
-        for (DxDbObjectId a : ref->attributeIds()) {
-          Opened<DxDbAttribute> att(a, DxDb::kForRead);
-          if (att) attributes.emplace_back(copyOf(att.get()), att->textStyle());
-        }
-      }
-      DxDbObjectId style;
-      if (auto* t = DxRxObject::cast<DxDbText>(e.get())) style = t->textStyle();
-      if (auto* m = DxRxObject::cast<DxDbMText>(e.get())) style = m->textStyle();
-      e.close();
-      copy->setLayer(record(layer, m_target->layerTableId()));
-      if (!lt.isNull()) copy->setLinetype(record(lt, m_target->linetypeTableId()));
-      if (!style.isNull()) {
-        DxDbObjectId ts = record(style, m_target->textStyleTableId());
-        if (auto* t = DxRxObject::cast<DxDbText>(copy)) t->setTextStyle(ts);
-        if (auto* m = DxRxObject::cast<DxDbMText>(copy)) m->setTextStyle(ts);
-      }
-      auto* ref = DxRxObject::cast<DxDbBlockReference>(copy);
-      if (ref) {
-        // The clone still lists the source's attributes; they are added again below.
-        DxDbObjectId block = blockCopy(nested);
-        auto* clean = new DxDbBlockReference(ref->position(), block);
-        clean->setPropertiesFrom(ref);
-        clean->setScaleFactors(ref->scaleFactors());
-        clean->setRotation(ref->rotation());
-        clean->setNormal(ref->normal());
-        clean->setLayer(record(layer, m_target->layerTableId()));
+      DxDbObject* copy = copyOf(e);
+      auto* entity = DxRxObject::cast<DxDbEntity>(copy);
+      if (!entity) {
         delete copy;
-        copy = clean;
-        ref = clean;
+        continue;
       }
       Opened<DxDbBlockTableRecord> dst(targetBlock, DxDb::kForWrite);
       DxDbObjectId newId;
-      if (!dst || dst->appendDxDbEntity(newId, copy) != Dxad::eOk) {
+      if (!dst || dst->appendDxDbEntity(newId, entity) != Dxad::eOk) {
         delete copy;
-        for (auto& a : attributes) delete a.first;
         continue;
       }
-      for (auto& [att, attStyle] : attributes) {
-        att->setLayer(record(att->layerId(), m_target->layerTableId()));
-        if (!attStyle.isNull()) att->setTextStyle(record(attStyle, m_target->textStyleTableId()));
-        DxDbObjectId attId;
-        if (ref && ref->appendAttribute(attId, att) == Dxad::eOk) att->close();
-        else delete att;
+      dst.close();
+      m_map[id.stub()] = newId;
+      // Attributes and vertices are entities of their own.
+      if (auto* ref = DxRxObject::cast<DxDbBlockReference>(e)) {
+        for (DxDbObjectId a : ref->attributeIds())
+          if (auto* att = DxRxObject::cast<DxDbAttribute>(copyOf(liveObject(a)))) {
+            DxDbObjectId attId;
+            if (static_cast<DxDbBlockReference*>(entity)->appendAttribute(attId, att) == Dxad::eOk) att->close();
+            else delete att;
+          }
+      } else if (auto* pl = DxRxObject::cast<DxDbPolylineHeavy>(e)) {
+        for (DxDbObjectId v : pl->vertexIds())
+          if (auto* vertex = DxRxObject::cast<DxDbVertex>(copyOf(liveObject(v)))) {
+            DxDbObjectId vId;
+            if (static_cast<DxDbPolylineHeavy*>(entity)->appendVertex(vId, vertex) == Dxad::eOk) vertex->close();
+            else delete vertex;
+          }
       }
-      copy->close();
+      entity->close();
     }
-    return true;
   }
 
-  // The target's copy of a source block (by name: an existing block is used as it is).
+  // The target's block of a source block: by name, a new one when the target has none;
+  // anonymous blocks always get a new one under a free name.
   DxDbObjectId blockCopy(DxDbObjectId sourceBlock) {
-    auto it = m_map.find(sourceBlock.stub());
-    if (it != m_map.end()) return it->second;
-    std::string name;
-    DxGePoint3d origin;
-    {
-      Opened<DxDbBlockTableRecord> src(sourceBlock, DxDb::kForRead);
-      if (!src) return {};
-      name = src->getName();
-      origin = src->origin();
-    }
-    DxDbObjectId id = makeBlock(name, origin);
+    auto* src = DxRxObject::cast<DxDbBlockTableRecord>(liveObject(sourceBlock));
+    if (!src) return {};
+    std::string name = src->getName();
+    if (name.size() > 1 && name[0] == '*' && dx::db::upperKey(name).rfind("*MODEL_SPACE", 0) != 0 &&
+        dx::db::upperKey(name).rfind("*PAPER_SPACE", 0) != 0)
+      name = freeName(name.substr(0, 2));
+    DxDbObjectId id = makeBlock(name, src->origin());
     m_map[sourceBlock.stub()] = id;
+    if (!id.isNull()) m_pending.emplace_back(sourceBlock, id);
     return id;
   }
 
-  DxDbObjectId makeBlock(const std::string& name, const DxGePoint3d& origin, DxDbObjectId sourceBlock = {}) {
+  DxDbObjectId makeBlock(const std::string& name, const DxGePoint3d& origin) {
     DxDbObjectId existing;
     {
       Opened<DxDbSymbolTable> table(m_target->blockTableId(), DxDb::kForRead);
@@ -148,49 +103,139 @@ class Copier {
     btr->setName(name.c_str());
     btr->setOrigin(origin);
     DxDbObjectId id;
-    {
-      Opened<DxDbSymbolTable> table(m_target->blockTableId(), DxDb::kForWrite);
-      if (!table || table->add(id, btr) != Dxad::eOk) {
-        delete btr;
-        return {};
-      }
-      btr->close();
+    Opened<DxDbSymbolTable> table(m_target->blockTableId(), DxDb::kForWrite);
+    if (!table || table->add(id, btr) != Dxad::eOk) {
+      delete btr;
+      return {};
     }
+    btr->close();
+    m_created.push_back(id);
     return id;
   }
 
-  std::unordered_map<dx::db::Stub*, DxDbObjectId> m_map;
+  // Fills the blocks made on the way (each copy may meet further nested blocks).
+  void fillPending() {
+    while (!m_pending.empty()) {
+      auto [src, dst] = m_pending.back();
+      m_pending.pop_back();
+      if (std::find(m_created.begin(), m_created.end(), dst) != m_created.end()) copyEntities(src, dst);
+    }
+  }
 
  private:
+  DxDbObject* copyOf(const DxDbObject* o) {
+    if (!o) return nullptr;
+    return dx::db::copyAcross(*o, m_targetImpl, [this](DxDbObjectId id) { return map(id); });
+  }
+
+  std::string freeName(const std::string& prefix) {
+    Opened<DxDbSymbolTable> table(m_target->blockTableId(), DxDb::kForRead);
+    for (int n = 1;; ++n) {
+      std::string cand = prefix + std::to_string(n);
+      if (!table || !table->has(cand.c_str())) return cand;
+    }
+  }
+
+  // A layer, linetype, text or dimension style: the target's of the same name, or a copy.
+  DxDbObjectId record(DxDbObjectId sourceId) {
+    auto* src = static_cast<DxDbSymbolTableRecord*>(liveObject(sourceId));
+    auto* srcTable = DxRxObject::cast<DxDbSymbolTable>(liveObject(src->ownerId()));
+    DxDbObjectId tableId = srcTable ? m_target->symbolTableId(srcTable->isA()) : DxDbObjectId();
+    if (tableId.isNull()) return {};
+    DxDbObjectId found;
+    {
+      Opened<DxDbSymbolTable> table(tableId, DxDb::kForRead);
+      if (table) table->getIdAt(src->getName().c_str(), found);
+    }
+    if (found.isNull()) {
+      auto* copy = DxRxObject::cast<DxDbSymbolTableRecord>(copyOf(src));
+      Opened<DxDbSymbolTable> table(tableId, DxDb::kForWrite);
+      if (!copy || !table || table->add(found, copy) != Dxad::eOk) {
+        delete copy;
+        return {};
+      }
+      copy->close();
+    }
+    m_map[sourceId.stub()] = found;
+    return found;
+  }
+
+  // An object of the named-object dictionaries: found in the target by the same keys,
+  // else copied there. Objects outside those dictionaries are not carried over.
+  DxDbObjectId namedObject(DxDbObjectId sourceId) {
+    std::vector<std::string> keys;
+    DxDbObjectId cur = sourceId, root = m_source->namedObjectsDictionaryId();
+    while (cur != root) {
+      DxDbObjectId owner = liveObject(cur)->ownerId();
+      auto* dict = DxRxObject::cast<DxDbDictionary>(liveObject(owner));
+      std::string key;
+      if (!dict || dict->nameAt(cur, key) != Dxad::eOk || keys.size() > 64) return {};
+      keys.push_back(key);
+      cur = owner;
+    }
+    if (keys.empty()) return m_target->namedObjectsDictionaryId();
+    DxDbObjectId dictId = m_target->namedObjectsDictionaryId();
+    for (size_t i = keys.size(); i-- > 1;) {
+      dictId = childDictionary(dictId, keys[i]);
+      if (dictId.isNull()) return {};
+    }
+    DxDbObjectId found;
+    {
+      Opened<DxDbDictionary> dict(dictId, DxDb::kForRead);
+      if (!dict) return {};
+      dict->getAt(keys[0].c_str(), found);
+    }
+    if (found.isNull()) {
+      // The copy's owner is the target dictionary it goes into.
+      m_map[liveObject(sourceId)->ownerId().stub()] = dictId;
+      DxDbObject* copy = copyOf(liveObject(sourceId));
+      Opened<DxDbDictionary> dict(dictId, DxDb::kForWrite);
+      if (!copy || !dict || dict->setAt(keys[0].c_str(), copy, found) != Dxad::eOk) {
+        delete copy;
+        return {};
+      }
+      copy->close();
+      m_targetImpl.objectsOrder.push_back(found);
+    }
+    m_map[sourceId.stub()] = found;
+    return found;
+  }
+
+  DxDbObjectId childDictionary(DxDbObjectId parentId, const std::string& key) {
+    DxDbObjectId id;
+    {
+      Opened<DxDbDictionary> parent(parentId, DxDb::kForRead);
+      if (!parent) return {};
+      parent->getAt(key.c_str(), id);
+    }
+    if (!id.isNull()) return DxRxObject::cast<DxDbDictionary>(liveObject(id)) ? id : DxDbObjectId();
+    Opened<DxDbDictionary> parent(parentId, DxDb::kForWrite);
+    auto* dict = new DxDbDictionary();
+    if (!parent || parent->setAt(key.c_str(), dict, id) != Dxad::eOk) {
+      delete dict;
+      return {};
+    }
+    dict->close();
+    m_targetImpl.objectsOrder.push_back(id);
+    return id;
+  }
+
   DxDbDatabase* m_target;
   DxDbDatabase* m_source;
+  dx::db::DatabaseImpl& m_targetImpl;
+  std::unordered_map<Stub*, DxDbObjectId> m_map;
+  std::vector<std::pair<DxDbObjectId, DxDbObjectId>> m_pending;  // source block, its new copy
+  std::vector<DxDbObjectId> m_created;                           // blocks this copy made
 };
 
 }  // namespace
 
 DxDbObjectId insertDrawingAsBlock(DxDbDatabase* target, const std::string& name, DxDbDatabase* source) {
   Copier c(target, source);
-  // Nested blocks first get their definitions when they are first met.
   DxDbObjectId block = c.makeBlock(name, DxGePoint3d::kOrigin);
   if (block.isNull()) return {};
-  if (!c.copyEntities(source->modelSpaceId(), block)) return {};
-  // Definitions of nested blocks made on the way are filled until none is left empty.
-  std::vector<std::pair<DxDbObjectId, DxDbObjectId>> done;
-  for (bool more = true; more;) {
-    more = false;
-    auto snapshot = c.m_map;
-    for (auto& [srcStub, dst] : snapshot) {
-      DxDbObjectId src(srcStub);
-      if (!src.objectClass() || !src.objectClass()->isDerivedFrom(DxDbBlockTableRecord::desc())) continue;
-      if (std::any_of(done.begin(), done.end(), [&](auto& p) { return p.first == src; })) continue;
-      done.emplace_back(src, dst);
-      Opened<DxDbBlockTableRecord> d(dst, DxDb::kForRead);
-      bool empty = d && d->entityCount() == 0;
-      d.close();
-      if (empty) c.copyEntities(src, dst);
-      more = true;
-    }
-  }
+  c.copyEntities(source->modelSpaceId(), block);
+  c.fillPending();
   return block;
 }
 
