@@ -172,5 +172,7 @@ using RefMap = std::function<DxDbObjectId(DxDbObjectId)>;
 // went through map. Its owner, extension dictionary and reactors are left for the
 // caller; sub-entities (attributes, vertices) are copied one by one.
 DxDbObject* copyAcross(const DxDbObject& src, DatabaseImpl& target, const RefMap& map);
+// False when any number the object holds is infinite or NaN.
+bool allFinite(const DxDbObject& o);
 
 }  // namespace dx::db

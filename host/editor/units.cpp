@@ -214,6 +214,13 @@ std::string formatAngle(double rad, int unit, int prec) {
   }
 }
 
+// Angles are periodic: a value of more turns than a double can tell apart is first
+// taken modulo one turn, so that converting it cannot overflow to infinity.
+static double angleToRadians(double v, double halfTurn) {
+  if (std::fabs(v) > 1e12 * halfTurn) v = std::fmod(v, 2 * halfTurn);
+  return halfTurn == M_PI ? v : v * M_PI / halfTurn;
+}
+
 bool parseAngle(std::string_view in, int unit, double& rad) {
   std::string_view s = trim(in);
   if (s.empty()) return false;
@@ -221,12 +228,12 @@ bool parseAngle(std::string_view in, int unit, double& rad) {
   double v;
   if (last == 'r') {
     if (!parseNumber(s.substr(0, s.size() - 1), v)) return false;
-    rad = v;
+    rad = angleToRadians(v, M_PI);
     return true;
   }
   if (last == 'g') {
     if (!parseNumber(s.substr(0, s.size() - 1), v)) return false;
-    rad = v * M_PI / 200.0;
+    rad = angleToRadians(v, 200.0);
     return true;
   }
   size_t d = s.find_first_of("dD");
@@ -244,14 +251,12 @@ bool parseAngle(std::string_view in, int unit, double& rad) {
       if (!rest.empty() && !parseNumber(rest, sec)) return false;
     }
     double sign = deg < 0 ? -1 : 1;
-    rad = (deg + sign * (min / 60 + sec / 3600)) * M_PI / 180.0;
+    rad = angleToRadians(deg + sign * (min / 60 + sec / 3600), 180.0);
     return true;
   }
   if (!parseNumber(s, v)) return false;
-  if (unit == 2) rad = v * M_PI / 200.0;
-  else if (unit == 3) rad = v;
-  else rad = v * M_PI / 180.0;
-  return true;
+  rad = angleToRadians(v, unit == 2 ? 200.0 : unit == 3 ? M_PI : 180.0);
+  return std::isfinite(rad);
 }
 
 std::string formatPoint(const DxGePoint3d& p, int unit, int prec) {

@@ -103,6 +103,7 @@ ErrorStatus DxDbBlockTableRecord::appendDxDbEntity(DxDbObjectId& id, DxDbEntity*
   if (Access::stub(*ent)) return Dxad::eAlreadyInDb;
   DatabaseImpl* db = databaseOf(*this);
   if (!db) return Dxad::eNoDatabase;
+  if (!allFinite(*ent)) return Dxad::eInvalidInput;
   if (ent->layerId().isNull()) {
     DxDbObjectId layer = db->owner()->clayer();
     Access::self<DxDbEntity>(*ent).setLayer(layer.isNull() ? db->layerZero : layer);

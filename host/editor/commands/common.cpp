@@ -19,7 +19,8 @@ DxDbObjectId appendToCurrentSpace(DxDbEntity* ent, bool defaults) {
     delete ent;
     return id;
   }
-  if (space->appendDxDbEntity(id, ent) != Dxad::eOk) {
+  if (Dxad::ErrorStatus es = space->appendDxDbEntity(id, ent); es != Dxad::eOk) {
+    if (es == Dxad::eInvalidInput) say("\nThe result is out of range (not a finite number); nothing was added.\n");
     delete ent;
     id = DxDbObjectId();
   } else {

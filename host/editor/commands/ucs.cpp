@@ -217,6 +217,12 @@ void cmdUcs() {
       return;
     }
   }
+  auto finite = [](const DxGeVector3d& v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); };
+  if (!finite(next.origin.asVector()) || !finite(next.x) || !finite(next.y) || next.x.isZeroLength() ||
+      next.y.isZeroLength()) {
+    say("\nThe coordinate system is out of range; the UCS is kept.\n");
+    return;
+  }
   doc->ucsPrevious.push_back(before);
   if (doc->ucsPrevious.size() > 10) doc->ucsPrevious.erase(doc->ucsPrevious.begin());
   doc->ucs = next;
