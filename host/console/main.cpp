@@ -38,10 +38,20 @@ std::string hex(int32_t v) {
   return buf;
 }
 
-std::string readAll(std::istream& in) {
-  std::string text, line;
-  while (std::getline(in, line)) text += line + "\n";
-  return text;
+// A script from standard input; false on a line too long to be one (endless input
+// without a line end, such as /dev/zero).
+bool readAll(std::istream& in, std::string& text) {
+  constexpr size_t kLongestLine = 1 << 20;
+  size_t lineStart = 0;
+  char buf[65536];
+  while (in.read(buf, sizeof buf) || in.gcount() > 0) {
+    std::string_view chunk(buf, size_t(in.gcount()));
+    text.append(chunk);
+    if (size_t nl = chunk.rfind('\n'); nl != std::string_view::npos) lineStart = text.size() - chunk.size() + nl + 1;
+    if (text.size() - lineStart > kLongestLine) return false;
+  }
+  if (!text.empty() && text.back() != '\n') text += '\n';
+  return true;
 }
 
 }  // namespace
@@ -147,7 +157,12 @@ int main(int argc, char** argv) {
     if (opt == scriptOpt && si < scripts.size()) {
       const std::string& path = scripts[si++];
       if (path == "-") {
-        sources.push_back(std::make_unique<TextSource>(readAll(std::cin), "stdin"));
+        std::string text;
+        if (!readAll(std::cin, text)) {
+          std::fprintf(stderr, "draxel: the script on standard input has a line longer than 1 MiB\n");
+          return 1;
+        }
+        sources.push_back(std::make_unique<TextSource>(std::move(text), "stdin"));
         continue;
       }
       std::string err;

@@ -232,16 +232,14 @@ ErrorStatus DxDbDatabase::readDwgFile(const char* fileName) {
   }
   std::string data;
   struct stat st {};
-  if (fstat(fileno(f), &st) == 0 && S_ISDIR(st.st_mode)) {
+  if (fstat(fileno(f), &st) != 0 || !S_ISREG(st.st_mode)) {
+    // Devices and pipes may never end (/dev/zero): only files are drawings.
     std::fclose(f);
-    m_impl->lastError = "is a folder, not a drawing file";
+    m_impl->lastError = S_ISDIR(st.st_mode) ? "is a folder, not a drawing file" : "is not a regular file";
     return Dxad::eFileAccessErr;
   }
   if (st.st_size > 0) data.resize(size_t(st.st_size));
   size_t got = data.empty() ? 0 : std::fread(data.data(), 1, data.size(), f);
-  // Files whose size is not known ahead (pipes) are read to their end.
-  char buf[65536];
-  for (size_t n; (n = std::fread(buf, 1, sizeof buf, f)) > 0;) data.append(buf, n), got += n;
   bool failed = std::ferror(f) != 0;
   std::fclose(f);
   data.resize(got);

@@ -1,5 +1,6 @@
 #include "host/editor/core/driver.h"
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 
@@ -24,6 +25,11 @@ std::string TextSource::where() const {
 }
 
 std::unique_ptr<InputSource> openScript(const std::string& path, std::string& error) {
+  std::error_code ec;
+  if (std::filesystem::exists(path, ec) && !std::filesystem::is_regular_file(path, ec)) {
+    error = "cannot read script \"" + path + "\": it is not a regular file";
+    return nullptr;
+  }
   std::ifstream in(path, std::ios::binary);
   if (!in) {
     error = "cannot read script \"" + path + "\"";
@@ -67,7 +73,11 @@ int Driver::run() {
   while (!s.quitRequested) {
     for (auto& path : std::exchange(s.pendingScripts, {})) {
       std::string err;
-      if (auto src = openScript(path, err)) {
+      if (m_sources.size() >= kMaxScriptDepth) {
+        // A script that runs itself would never end.
+        output().message("\nScripts nested too deep (" + std::to_string(kMaxScriptDepth) + " levels); \"" +
+                         path + "\" was not run.\n");
+      } else if (auto src = openScript(path, err)) {
         m_tokens.clear();  // a script replaces what was typed after SCRIPT
         push(std::move(src));
       } else {

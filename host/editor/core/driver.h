@@ -49,6 +49,7 @@ class Driver {
   bool next(const std::string& prompt, Answer& a);
   bool interactiveNow() const;
   std::vector<std::unique_ptr<InputSource>> m_sources;
+  static constexpr size_t kMaxScriptDepth = 32;
   std::deque<Answer> m_tokens;
   std::string m_lastWhere;
   std::string m_failure;
