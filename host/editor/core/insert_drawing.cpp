@@ -195,7 +195,6 @@ class Copier {
         return {};
       }
       copy->close();
-      m_targetImpl.objectsOrder.push_back(found);
     }
     m_map[sourceId.stub()] = found;
     return found;
@@ -216,7 +215,6 @@ class Copier {
       return {};
     }
     dict->close();
-    m_targetImpl.objectsOrder.push_back(id);
     return id;
   }
 

@@ -1,0 +1,179 @@
+"""Damaged drawings, hostile input and drawings inserted into others: draxel never
+crashes or hangs, says what it repaired, and ezdxf reads what it writes cleanly.
+
+Environment: DRAXEL (the program), DX_SHARED_DATA (sample drawings), DX_TOOLS (the
+folder of dxfaudit.py).
+"""
+import collections
+import math
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+DRAXEL = os.environ.get("DRAXEL", "draxel")
+SHARED = os.environ.get("DX_SHARED_DATA", "")
+BAD = os.path.join(SHARED, "bad-dxf")
+GOOD = os.path.join(SHARED, "dxf")
+TOOLS = os.environ.get("DX_TOOLS", os.path.join(os.path.dirname(__file__), "..", "tools"))
+
+
+def run(*args, stdin=None, timeout=120):
+    return subprocess.run([DRAXEL, *args], capture_output=True, text=True, timeout=timeout, stdin=stdin)
+
+
+def audit(path):
+    return subprocess.run([sys.executable, os.path.join(TOOLS, "dxfaudit.py"), path],
+                          capture_output=True, text=True, timeout=600)
+
+
+def groups(path):
+    with open(path, encoding="utf-8", errors="replace") as f:
+        lines = f.read().splitlines()
+    return [(int(lines[i]), lines[i + 1].strip()) for i in range(0, len(lines) - 1, 2)]
+
+
+def have(folder, *names):
+    return all(os.path.isfile(os.path.join(folder, n)) for n in names)
+
+
+class HostileInput(unittest.TestCase):
+    def setUp(self):
+        self.tmp = tempfile.mkdtemp(prefix="dxhostile")
+
+    def tearDown(self):
+        shutil.rmtree(self.tmp, ignore_errors=True)
+
+    def out(self, name):
+        return os.path.join(self.tmp, name)
+
+    def assertSound(self, path):
+        """Readable by ezdxf without audit findings, every handle unique."""
+        a = audit(path)
+        self.assertEqual(a.returncode, 0, a.stdout + a.stderr)
+        handles = [v for c, v in groups(path) if c in (5, 105)]
+        self.assertNotIn("0", handles)
+        dup = [h for h, n in collections.Counter(handles).items() if n > 1]
+        self.assertEqual(dup, [], "handles written twice")
+
+    @unittest.skipUnless(os.path.isdir(BAD), f"damaged samples not found in {BAD!r}")
+    def test_damaged_drawings_are_repaired_said_and_saved_sound(self):
+        # file -> what the repair message names (None: nothing to repair)
+        cases = {
+            "blocktable_typeconfusion.dxf": "DIMSTYLE record in the BLOCK_RECORD table",
+            "layoutdict_not_dictionary.dxf": "ACAD_LAYOUT",
+            "handle_collision.dxf": "ACAD_LAYOUT",
+            "insert_modelspace.dxf": "'*Model_Space'",
+            "self_insert.dxf": "'SELF' inside 'SELF'",
+            "handle_max.dxf": None,
+        }
+        for name, said in cases.items():
+            with self.subTest(drawing=name):
+                dst = self.out(name)
+                # Selection by window measures every reference (extents), then new
+                # objects need new handles.
+                r = run(os.path.join(BAD, name), "-c", 'ERASE W -10,-10 10,10 "" LINE 0,0 5,5 ""', "-o", dst)
+                self.assertEqual(r.returncode, 0, r.stderr)
+                repairs = [ln for ln in r.stdout.splitlines() if ln.startswith(name + ": ")]
+                if said:
+                    self.assertTrue(any(said in ln for ln in repairs), r.stdout)
+                else:
+                    self.assertEqual(repairs, [])
+                self.assertSound(dst)
+
+    @unittest.skipUnless(os.path.isdir(BAD) and os.path.isdir(GOOD), "sample drawings not found")
+    def test_inserted_drawing_brings_everything_it_needs(self):
+        import ezdxf
+        files = [os.path.join(BAD, n) for n in sorted(os.listdir(BAD)) if n.startswith("insert_")]
+        files += [os.path.join(GOOD, n) for n in sorted(os.listdir(GOOD)) if n.endswith(".dxf")]
+        for src in files:
+            name = os.path.splitext(os.path.basename(src))[0]
+            with self.subTest(drawing=name):
+                dst = self.out("ins_" + name + ".dxf")
+                r = run("-c", f"-INSERT {src} 0,0 1 1 0", "-o", dst)
+                self.assertEqual(r.returncode, 0, r.stderr)
+                self.assertSound(dst)
+                copy = ezdxf.readfile(dst)
+                # Compare with what draxel reads of the source (its cycles broken, and
+                # some samples are beyond ezdxf's plain loader).
+                own = self.out("own_" + name + ".dxf")
+                self.assertEqual(run(src, "-o", own).returncode, 0)
+                source = ezdxf.readfile(own)
+                block = copy.blocks.get(name)
+                self.assertIsNotNone(block)
+                kinds = lambda layout: collections.Counter(e.dxftype() for e in layout)
+                self.assertEqual(kinds(block), kinds(source.modelspace()))
+                attribs = lambda layout: sum(len(e.attribs) for e in layout.query("INSERT"))
+                self.assertEqual(attribs(block), attribs(source.modelspace()))
+
+    def test_nesting_is_walked_without_recursion_and_cycles_are_broken(self):
+        import ezdxf
+        depth = 20000
+        doc = ezdxf.new("R2000")
+        doc.blocks.new("B0").add_line((0, 0), (1, 1))
+        for i in range(1, depth):
+            doc.blocks.new(f"B{i}").add_blockref(f"B{i - 1}", (0, 0))
+        doc.modelspace().add_blockref(f"B{depth - 1}", (2, 2))
+        # Two blocks holding each other.
+        doc.blocks.new("PING").add_blockref("PONG", (0, 0))
+        doc.blocks.new("PONG").add_blockref("PING", (0, 0))
+        doc.modelspace().add_blockref("PING", (0, 0))
+        src, dst = self.out("deep.dxf"), self.out("deep_out.dxf")
+        doc.saveas(src)
+        r = run(src, "-c", 'ERASE W 1.5,1.5 3.5,3.5 ""', "-o", dst, timeout=600)
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertIn("would contain itself", r.stdout)
+        self.assertIn("1 found", r.stdout)  # the chain is measured to its end: 2,2 .. 3,3
+        out = ezdxf.readfile(dst)
+        self.assertEqual(len(out.modelspace()), 1)  # PING; the chain was erased
+        self.assertEqual(len(out.blocks.get("B1")), 1)
+        ping, pong = (len(out.blocks.get(n).query("INSERT")) for n in ("PING", "PONG"))
+        self.assertEqual(ping + pong, 1)
+
+    @unittest.skipUnless(have(BAD, "nan_ucs_3point.scr", "nan_ucs_rotation.scr", "nan_insert_rotation.scr")
+                         and have(GOOD, "ASCII_R12.dxf", "dimension_in_block.dxf"), "sample files not found")
+    def test_arithmetic_overflow_never_reaches_the_drawing(self):
+        import ezdxf
+        cases = [("nan_ucs_3point.scr", "ASCII_R12.dxf", "out of range"),
+                 ("nan_ucs_rotation.scr", "ASCII_R12.dxf", None),
+                 ("nan_insert_rotation.scr", "dimension_in_block.dxf", None)]
+        for script, drawing, said in cases:
+            with self.subTest(script=script):
+                dst = self.out(script + ".dxf")
+                r = run(os.path.join(GOOD, drawing), "-s", os.path.join(BAD, script), "-o", dst)
+                self.assertEqual(r.returncode, 0, r.stderr)
+                if said:
+                    self.assertIn(said, r.stdout)
+                for code, value in groups(dst):
+                    if 10 <= code <= 59 or 110 <= code <= 149 or 210 <= code <= 239:
+                        self.assertTrue(math.isfinite(float(value)), f"group {code}: {value}")
+                self.assertSound(dst)
+                # What the script asked for that could be done was done.
+                lines = ezdxf.readfile(dst).modelspace().query("LINE")
+                if script.startswith("nan_ucs"):
+                    self.assertTrue(any(abs(ln.dxf.start.distance(ln.dxf.end) - math.sqrt(2)) < 1e-9
+                                        for ln in lines))
+
+    def test_endless_input_is_refused(self):
+        for args, stdin in ((["/dev/zero"], None), (["-s", "/dev/zero"], None), (["-s", "-"], "/dev/zero")):
+            with self.subTest(args=args):
+                with open(stdin or os.devnull, "rb") as f:
+                    r = run(*args, stdin=f, timeout=60)
+                self.assertEqual(r.returncode, 1)
+                self.assertEqual(len(r.stderr.strip().splitlines()), 1, r.stderr)
+        script = self.out("self.scr")
+        with open(script, "w") as f:
+            f.write(f"LINE\n0,0\n1,1\n\nSCRIPT\n{script}\n")
+        dst = self.out("self.dxf")
+        r = run("-s", script, "-o", dst, timeout=60)
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertIn("nested too deep", r.stdout)
+        import ezdxf
+        # Every level drew its line before going deeper.
+        self.assertEqual(len(ezdxf.readfile(dst).modelspace().query("LINE")), 32)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
