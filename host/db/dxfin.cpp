@@ -117,9 +117,14 @@ class Reader {
     if (m_error.empty()) m_error = "line " + std::to_string(m_rd.position()) + ": " + msg;
     return false;
   }
+  // An error of the tag reader, which says where itself.
+  bool failRead() {
+    if (m_error.empty()) m_error = m_rd.error();
+    return false;
+  }
   bool nextTag(dxf::Tag& t) {
     if (!m_rd.next(t)) {
-      if (!m_rd.error().empty()) return fail(m_rd.error());
+      if (!m_rd.error().empty()) return failRead();
       m_eof = true;
       return false;
     }
@@ -172,8 +177,8 @@ bool Reader::readRecord(Record& rec) {
   dxf::Tag t;
   while (true) {
     if (!m_rd.next(t)) {
-      if (!m_rd.error().empty()) return fail(m_rd.error());
-      return fail("unexpected end of file inside " + rec.type);
+      if (!m_rd.error().empty()) return failRead();
+      return fail("unexpected end of file inside " + dxf::quoted(rec.type));
     }
     const int code = t.code;
     if (code == 0) {
@@ -256,7 +261,7 @@ bool Reader::run(std::string& error) {
     }
     if (t.text == "EOF") break;
     if (t.text != "SECTION") {
-      fail("expected SECTION, found '" + std::string(t.text) + "'");
+      fail("expected SECTION, found '" + dxf::quoted(t.text) + "'");
       break;
     }
     if (!nextTag(t) || t.code != 2) {
@@ -316,7 +321,7 @@ bool Reader::skipSection(std::string_view name, bool keepIt) {
     in.text = t.text;
     keep.push_back(XTag::from(in));
   }
-  return fail("unexpected end of file in section " + std::string(name));
+  return fail("unexpected end of file in section " + dxf::quoted(name));
 }
 
 bool Reader::readHeader() {
@@ -328,7 +333,7 @@ bool Reader::readHeader() {
         m_db.fileVersion = m_db.headerString("$ACADVER", "AC1009");
         std::string v = m_db.fileVersion;
         if (v.size() != 6 || v.rfind("AC", 0) != 0 || v > "AC1032" || v < "AC1006")
-          return fail("unsupported drawing version '" + v + "'");
+          return fail("unsupported drawing version '" + dxf::quoted(v) + "'");
         m_ctx.version = verFromAcad(v);
         m_db.codePage = m_db.headerString("$DWGCODEPAGE", "ANSI_1252");
         if (uint64_t seed = parseHex(m_db.headerString("$HANDSEED")); seed > 0) {
@@ -337,7 +342,7 @@ bool Reader::readHeader() {
         }
         return true;
       }
-      return fail("unexpected '" + std::string(t.text) + "' in HEADER");
+      return fail("unexpected '" + dxf::quoted(t.text) + "' in HEADER");
     }
     if (t.code == 9) {
       m_db.header.push_back({std::string(t.text), {}});
@@ -526,7 +531,7 @@ bool Reader::readTables() {
     DxRxClass* cls = classForDxfName(rec.type);
     if (!cls || !cls->isDerivedFrom(Access::recordClass(*tab))) {
       // Another table's record (or no record at all) cannot join this table.
-      m_db.repairs.push_back("line " + std::to_string(rec.line) + ": a " + rec.type.substr(0, 40) +
+      m_db.repairs.push_back("line " + std::to_string(rec.line) + ": a " + dxf::quoted(rec.type) +
                              " record in the " + Access::tableName(*tab) + " table was dropped");
       continue;
     }
@@ -555,7 +560,7 @@ bool Reader::readBlocks() {
     if (t.text == "ENDSEC") return true;
     rec.type = t.text;
     if (!readRecord(rec)) return false;
-    if (rec.type != "BLOCK") return fail("expected BLOCK, found '" + rec.type + "'");
+    if (rec.type != "BLOCK") return fail("expected BLOCK, found '" + dxf::quoted(rec.type) + "'");
     std::string name(rec.text(2));
     if (name.empty()) name = std::string(rec.text(3));
     std::string key = upperKey(name);
@@ -575,7 +580,7 @@ bool Reader::readBlocks() {
     Access::blockBegin(*btr) = makeBlockMarker(rec, btrId);
     // Entities up to ENDBLK.
     while (true) {
-      if (!nextTag(t)) return fail("unexpected end of file in block '" + name + "'");
+      if (!nextTag(t)) return fail("unexpected end of file in block '" + dxf::quoted(name) + "'");
       if (t.code != 0) return fail("expected an entity, found group " + std::to_string(t.code));
       rec.type = t.text;
       if (!readRecord(rec)) return false;
@@ -584,7 +589,7 @@ bool Reader::readBlocks() {
         Access::blockEnd(*btr) = makeBlockMarker(rec, btrId);
         break;
       }
-      if (rec.type == "ENDSEC") return fail("block '" + name + "' without ENDBLK");
+      if (rec.type == "ENDSEC") return fail("block '" + dxf::quoted(name) + "' without ENDBLK");
       makeEntity(rec, btrId);
     }
   }

@@ -11,21 +11,23 @@
 #include "host/dxf/text.h"
 
 namespace dx::dxf {
+
+std::string quoted(std::string_view in) {
+  size_t nl = in.find('\n');
+  std::string_view line = in.substr(0, nl);
+  if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+  std::string s;
+  size_t i = 0;
+  for (; i < line.size() && s.size() < 40; ++i) s += line[i] >= 0x20 && line[i] < 0x7F ? line[i] : '?';
+  if (i < line.size()) s += "...";
+  return s;
+}
+
 namespace {
 
 constexpr std::string_view kBinarySentinel{"AutoCAD Binary DXF\r\n\x1a\0", 22};
 
-// A code or value line quoted in a message: at most 40 characters, anything but
-// printable ASCII as '?', so that the message is one clean line whatever the file holds.
-std::string quoteLine(const char* p, const char* end) {
-  const char* nl = static_cast<const char*>(std::memchr(p, '\n', end - p));
-  const char* e = nl ? nl : end;
-  if (e > p && e[-1] == '\r') --e;
-  std::string s;
-  for (; p < e && s.size() < 40; ++p) s += *p >= 0x20 && *p < 0x7F ? *p : '?';
-  if (p < e) s += "...";
-  return s;
-}
+std::string quoteLine(const char* p, const char* end) { return quoted(std::string_view(p, size_t(end - p))); }
 
 bool isBlank(const char* p, const char* e) {
   for (; p < e; ++p)

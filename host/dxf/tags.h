@@ -26,6 +26,9 @@ Kind kindOf(int code);
 bool isHandleCode(int code);
 // Codes of angles (50-58): degrees in files unless a class says otherwise.
 inline bool isAngleCode(int code) { return code >= 50 && code <= 58; }
+// Input quoted in a message: its first line, at most 40 characters, anything but
+// printable ASCII as '?', so that the message stays one clean line whatever the file holds.
+std::string quoted(std::string_view in);
 // The x code of a point (10-18, 110-112, 210, 1010-1013): the y and z codes are +10, +20.
 bool isPointCode(int code);
 

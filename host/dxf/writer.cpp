@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <random>
 
 #include "host/dxf/tags.h"
@@ -222,11 +223,22 @@ void TagWriter::tag(const Tag& t) {
   }
 }
 
-bool TagWriter::saveTo(const std::string& path, std::string& error) const {
+bool TagWriter::saveTo(const std::string& pathGiven, std::string& error) const {
   auto fail = [&](const std::string& what, int err) {
-    error = what + " '" + path + "': " + std::strerror(err);
+    error = what + " '" + pathGiven + "': " + std::strerror(err);
     return false;
   };
+  // Through a symbolic link the file it names is replaced, not the link.
+  namespace fs = std::filesystem;
+  fs::path target = pathGiven;
+  std::error_code ec;
+  for (int hops = 0; fs::is_symlink(fs::symlink_status(target, ec)); ++hops) {
+    if (hops == 40) return fail("cannot write", ELOOP);
+    fs::path next = fs::read_symlink(target, ec);
+    if (ec) return fail("cannot write", ec.value());
+    target = next.is_absolute() ? next : target.parent_path() / next;
+  }
+  const std::string path = target.string();
   // The temporary sits beside the target so that the rename stays on one file system.
   std::random_device rd;
   std::string tmp;

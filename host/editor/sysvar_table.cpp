@@ -17,7 +17,7 @@ VarValue P3(double x, double y, double z) {
   VarValue r; r.type = RT3DPOINT; r.pt = {x, y, z}; return r;
 }
 
-constexpr unsigned D = kVarDrawing, RO = kVarReadOnly, C = kVarComputed | kVarReadOnly;
+constexpr unsigned D = kVarDrawing, POS = kVarPositive, RO = kVarReadOnly, C = kVarComputed | kVarReadOnly;
 
 std::vector<VarDef> buildTable() {
   // Defaults are those of an imperial default drawing; a drawing's header wins.
@@ -33,7 +33,7 @@ std::vector<VarDef> buildTable() {
       {"AUPREC", S(0), D, 0, 8},
       {"BLIPMODE", S(0), 0, 0, 1},
       {"CECOLOR", T("BYLAYER"), D},
-      {"CELTSCALE", R(1), D},
+      {"CELTSCALE", R(1), D | POS},
       {"CELTYPE", T("BYLAYER"), D},
       {"CELWEIGHT", S(-1), D, -3, 211},
       {"CHAMFERA", R(0), D},
@@ -74,7 +74,7 @@ std::vector<VarDef> buildTable() {
       {"LIMMAX", P2(12, 9), D},
       {"LIMMIN", P2(0, 0), D},
       {"LOCALE", T("en"), RO},
-      {"LTSCALE", R(1), D},
+      {"LTSCALE", R(1), D | POS},
       {"LUNITS", S(2), D, 1, 5},
       {"LUPREC", S(4), D, 0, 8},
       {"LWDISPLAY", S(0), 0, 0, 1},
@@ -171,6 +171,10 @@ bool parseVarValue(const VarDef& def, std::string_view text, VarValue& out, std:
     case RTREAL:
       if (!parseDistance(text, out.real)) {
         why = "Requires a number.";
+        return false;
+      }
+      if ((def.flags & kVarPositive) && !(out.real > 0)) {
+        why = "Requires a value greater than 0.";
         return false;
       }
       return true;

@@ -24,6 +24,7 @@ enum VarFlags : unsigned {
   kVarDrawing = 1,     // kept per drawing and saved in its header
   kVarReadOnly = 2,    // the host computes it; SETVAR refuses it
   kVarComputed = 4,    // not stored: worked out when read
+  kVarPositive = 8,    // a real that must be greater than 0 (scales)
 };
 
 struct VarDef {

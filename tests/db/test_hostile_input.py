@@ -174,6 +174,43 @@ class HostileInput(unittest.TestCase):
         # Every level drew its line before going deeper.
         self.assertEqual(len(ezdxf.readfile(dst).modelspace().query("LINE")), 32)
 
+    def test_small_refusals_and_messages(self):
+        import ezdxf
+        # A scale of 0 is refused and asked again; the cancel leaves LTSCALE as it was.
+        r = run("-c", "LTSCALE 0 -2 ^C")
+        self.assertEqual(r.stdout.count("Requires a value greater than 0."), 2, r.stdout)
+        # A cancelled -LINETYPE ends the command: what follows runs as commands.
+        dst = self.out("cancel.dxf")
+        r = run("-c", '-LINETYPE L ^C LINE 0,0 1,1 ""', "-o", dst)
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertEqual(len(ezdxf.readfile(dst).modelspace().query("LINE")), 1)
+        # A pattern longer than the format allows is refused, the others load.
+        lin = self.out("long.lin")
+        with open(lin, "w") as f:
+            f.write("*LONG,too long\nA," + ",".join(["1,-1"] * 6) + ",1\n*SHORT,fine\nA,1,-1\n")
+        r = run("-c", f'-LINETYPE L * {lin} ""', "-o", dst)
+        self.assertIn('"LONG" has more than 12 dashes', r.stdout)
+        names = {lt.dxf.name for lt in ezdxf.readfile(dst).linetypes}
+        self.assertIn("SHORT", names)
+        self.assertNotIn("LONG", names)
+        # Saving through a symbolic link replaces the file it names.
+        target, link = self.out("target.dxf"), self.out("link.dxf")
+        with open(target, "w") as f:
+            f.write("old")
+        os.symlink("target.dxf", link)
+        self.assertEqual(run("-o", link).returncode, 0)
+        self.assertTrue(os.path.islink(link))
+        self.assertEqual(ezdxf.readfile(target).dxfversion, "AC1032")
+        # A bad line is quoted short, on one line, its position said once.
+        bad = self.out("bad.dxf")
+        with open(bad, "w") as f:
+            f.write("  0\nSECTION\n  2\nHEADER\n  0\n" + "X" * 5000 + "\n")
+        r = run(bad)
+        self.assertEqual(r.returncode, 1)
+        self.assertEqual(len(r.stderr.splitlines()), 1, r.stderr)
+        self.assertLess(len(r.stderr), 200 + len(bad) + 40)
+        self.assertEqual(r.stderr.count("line "), 1, r.stderr)
+
 
 if __name__ == "__main__":
     unittest.main(verbosity=2)

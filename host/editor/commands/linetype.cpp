@@ -35,6 +35,9 @@ DxDbObjectId shapeFileStyle(const std::string& file) {
 
 // Reads every definition of a ".lin" file: "*NAME,description" then "A,dash,..." with
 // optional [text or shape] elements attached to the dash before them.
+// Longer patterns are beyond the linetype format (and other programs refuse them).
+constexpr size_t kMostDashes = 12;
+
 std::vector<LinDef> readLinFile(const std::string& path, std::string& error) {
   std::ifstream in(path);
   std::vector<LinDef> defs;
@@ -143,6 +146,13 @@ std::vector<LinDef> readLinFile(const std::string& path, std::string& error) {
         cur = nullptr;
         break;
       }
+      if (cur->dashes.size() == kMostDashes) {
+        error = path + ":" + std::to_string(lineNo) + ": linetype \"" + cur->name + "\" has more than " +
+                std::to_string(kMostDashes) + " dashes; it was not loaded";
+        defs.pop_back();
+        cur = nullptr;
+        break;
+      }
       DxDbLinetypeTableRecord::Dash d;
       d.length = v;
       cur->dashes.push_back(d);
@@ -153,16 +163,21 @@ std::vector<LinDef> readLinFile(const std::string& path, std::string& error) {
 
 namespace {
 
-void loadLinetypes() {
+// False when the user cancelled: the whole command ends.
+bool loadLinetypes() {
   std::string pattern;
-  if (askString("\nEnter linetype(s) to load: ", pattern, false) != RTNORM || pattern.empty()) return;
+  int rc = askString("\nEnter linetype(s) to load: ", pattern, false);
+  if (rc == RTCAN) return false;
+  if (rc != RTNORM || pattern.empty()) return true;
   std::string file;
-  if (askString("\nEnter name of linetype file <acad.lin>: ", file) != RTNORM) return;
+  rc = askString("\nEnter name of linetype file <acad.lin>: ", file);
+  if (rc == RTCAN) return false;
+  if (rc != RTNORM) return true;
   if (file.empty()) file = "acad.lin";
   char found[1024];
   if (dxedFindFile(file.c_str(), found, sizeof found) != RTNORM) {
     say("\nCannot find file \"" + file + "\".\n");
-    return;
+    return true;
   }
   std::string error;
   std::vector<LinDef> defs = readLinFile(found, error);
@@ -178,7 +193,7 @@ void loadLinetypes() {
       std::string kw;
       int rc = askKeyword("\nLinetype \"" + def.name + "\" is already loaded.  Reload it? [Yes/No] <Y>: ",
                           "Yes No", kw);
-      if (rc == RTCAN) return;
+      if (rc == RTCAN) return false;
       if (rc == RTNORM && kw == "No") continue;
       Opened<DxDbLinetypeTableRecord> rec(existing, DxDb::kForWrite);
       if (!rec) continue;
@@ -187,7 +202,7 @@ void loadLinetypes() {
       rec->setPatternLength(total);
     } else {
       Opened<DxDbSymbolTable> table(d->linetypeTableId(), DxDb::kForWrite);
-      if (!table) return;
+      if (!table) return true;
       auto* rec = new DxDbLinetypeTableRecord();
       rec->setName(def.name.c_str());
       rec->setComments(def.description.c_str());
@@ -206,6 +221,7 @@ void loadLinetypes() {
         (def.hasShapes ? "  Its shapes are drawn as plain dashes (" + def.shapeProblem + ")." : "") + "\n");
   }
   if (!loaded) say("\nNo linetype matching \"" + pattern + "\" in " + std::string(found) + ".\n");
+  return true;
 }
 
 }  // namespace
@@ -220,7 +236,7 @@ void cmdLinetype() {
                         "? Load Set", kw);
     if (rc != RTNORM) return;
     if (kw == "Load") {
-      loadLinetypes();
+      if (!loadLinetypes()) return;
     } else if (kw == "Set") {
       std::string name;
       if (askString("\nSpecify linetype name or [?] <" + cur.text + ">: ", name, false) != RTNORM) return;

@@ -215,6 +215,8 @@ int Session::setVar(const std::string& nameIn, const VarValue& in, std::string* 
       if (in.type == RTREAL) v.real = in.real;
       else if (in.type == RTSHORT || in.type == RTLONG) v.real = double(in.integer);
       else return fail("Requires a number.");
+      if (!std::isfinite(v.real)) return fail("Requires a number.");
+      if ((def->flags & kVarPositive) && !(v.real > 0)) return fail("Requires a value greater than 0.");
       break;
     case RTPOINT:
     case RT3DPOINT:
