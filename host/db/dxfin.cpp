@@ -332,7 +332,7 @@ bool Reader::readHeader() {
       if (t.text == "ENDSEC") {
         m_db.fileVersion = m_db.headerString("$ACADVER", "AC1009");
         std::string v = m_db.fileVersion;
-        if (v.size() != 6 || v.rfind("AC", 0) != 0 || v > "AC1032" || v < "AC1006")
+        if (v.size() != 6 || v.rfind("AC", 0) != 0 || v > "AC1032" || v < "AC1001")
           return fail("unsupported drawing version '" + dxf::quoted(v) + "'");
         m_ctx.version = verFromAcad(v);
         m_db.codePage = m_db.headerString("$DWGCODEPAGE", "ANSI_1252");

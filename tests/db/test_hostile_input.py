@@ -174,6 +174,27 @@ class HostileInput(unittest.TestCase):
         # Every level drew its line before going deeper.
         self.assertEqual(len(ezdxf.readfile(dst).modelspace().query("LINE")), 32)
 
+    def test_drawings_older_than_r12_and_without_header_open(self):
+        import ezdxf
+        line = "  0\nLINE\n  8\nWALLS\n 10\n0\n 20\n0\n 11\n3\n 21\n4\n"
+        tables = ("  0\nSECTION\n  2\nTABLES\n  0\nTABLE\n  2\nLAYER\n 70\n1\n"
+                  "  0\nLAYER\n  2\nWALLS\n 70\n0\n 62\n5\n  6\nCONTINUOUS\n  0\nENDTAB\n  0\nENDSEC\n")
+        entities = "  0\nSECTION\n  2\nENTITIES\n" + line + "  0\nENDSEC\n  0\nEOF\n"
+        for ver in ("AC1003", "AC1006", None):
+            with self.subTest(version=ver):
+                header = f"  0\nSECTION\n  2\nHEADER\n  9\n$ACADVER\n  1\n{ver}\n  0\nENDSEC\n" if ver else ""
+                src, dst = self.out(f"old_{ver}.dxf"), self.out(f"old_{ver}_out.dxf")
+                with open(src, "w") as f:
+                    f.write(header + (tables if ver else "") + entities)
+                r = run(src, "-o", dst)
+                self.assertEqual(r.returncode, 0, r.stderr)
+                self.assertSound(dst)
+                doc = ezdxf.readfile(dst)
+                (ln,) = doc.modelspace().query("LINE")
+                self.assertEqual((ln.dxf.layer, tuple(ln.dxf.end)), ("WALLS", (3, 4, 0)))
+                if ver:
+                    self.assertEqual(doc.layers.get("WALLS").dxf.color, 5)
+
     def test_small_refusals_and_messages(self):
         import ezdxf
         # A scale of 0 is refused and asked again; the cancel leaves LTSCALE as it was.
