@@ -61,7 +61,7 @@ int main(int argc, char** argv) {
                "scripts, one-liners or the interactive command line, and saves it.",
                "draxel"};
   std::string drawing, outPath, version;
-  bool report = false, listCommands = false;
+  bool report = false, listCommands = false, recover = false;
   std::vector<std::string> scripts, commands, modules;
   app.add_option("drawing", drawing, "drawing to open (a new drawing when absent)");
   auto* scriptOpt = app.add_option("-s,--script", scripts, "run a script file (\"-\": standard input)");
@@ -71,6 +71,8 @@ int main(int argc, char** argv) {
                  "file version to save: AC1014, AC1015, AC1018, AC1021, AC1024, AC1027 or AC1032\n"
                  "(default: the version the drawing was read in; AC1032 for new and R12 drawings)");
   app.add_flag("--report", report, "print what the drawing holds at the end");
+  app.add_flag("--recover", recover,
+               "read a damaged drawing: skip what cannot be read, repair the rest, say what was fixed");
   app.add_flag("--list-commands", listCommands,
                "print every registered command: group, global name, local name, flags");
   app.add_option("--load", modules, "load a module (.drx) before running");
@@ -118,7 +120,7 @@ int main(int argc, char** argv) {
   s.init();
   if (!drawing.empty()) {
     std::string err;
-    Document* doc = s.openDocument(drawing, err);
+    Document* doc = s.openDocument(drawing, err, recover);
     if (!doc) {
       std::fprintf(stderr, "draxel: %s\n", err.c_str());
       return 1;

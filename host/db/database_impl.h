@@ -157,6 +157,23 @@ class DatabaseImpl {
 
 inline DatabaseImpl* implOf(DxDbDatabase* db) { return db ? db->impl() : nullptr; }
 
+// While one is alive, drawings are read the way RECOVER reads them: past damage in a
+// section the reader goes on at the next one, and says what it skipped or set right.
+class RecoverMode {
+ public:
+  RecoverMode() { ++depth(); }
+  ~RecoverMode() { --depth(); }
+  RecoverMode(const RecoverMode&) = delete;
+  RecoverMode& operator=(const RecoverMode&) = delete;
+  static bool on() { return depth() > 0; }
+
+ private:
+  static int& depth() {
+    static thread_local int d = 0;
+    return d;
+  }
+};
+
 // Reads DXF into an empty database; false with a one-line error.
 bool readDxf(DatabaseImpl& db, std::string data, std::string& error);
 // Writes the database as DXF text of a version.
@@ -174,5 +191,12 @@ using RefMap = std::function<DxDbObjectId(DxDbObjectId)>;
 DxDbObject* copyAcross(const DxDbObject& src, DatabaseImpl& target, const RefMap& map);
 // False when any number the object holds is infinite or NaN.
 bool allFinite(const DxDbObject& o);
+
+// Blocks that hold themselves (directly or through others): each reference closing a
+// cycle is listed in notes and, with fix, erased. Returns how many there were.
+size_t breakBlockCycles(DatabaseImpl& db, std::vector<std::string>& notes, bool fix);
+// Every check of a drawing's consistency (cycles, numbers, references of entities):
+// problems are listed in notes and, with fix, repaired. Returns how many there were.
+size_t auditDatabase(DatabaseImpl& db, std::vector<std::string>& notes, bool fix);
 
 }  // namespace dx::db

@@ -60,50 +60,6 @@ inline bool refCode(int c) {
   return (c >= 330 && c <= 369) || (c >= 390 && c <= 399) || c == 480 || c == 481 || c == 1005;
 }
 
-// A block that holds a reference of itself, directly or through others, has no
-// geometry: such references are taken out (and reported) so that nothing walking the
-// nesting ever goes round. The walk keeps its own stack: long legal chains are fine.
-void breakBlockCycles(DatabaseImpl& db) {
-  DxDbSymbolTable* blocks = db.table(Table::Block);
-  if (!blocks) return;
-  auto live = [](DxDbObjectId id) -> DxDbObject* {
-    Stub* s = id.stub();
-    return s && s->obj && !s->erased ? s->obj : nullptr;
-  };
-  enum : uint8_t { kNew, kOnPath, kDone };
-  std::unordered_map<const DxDbObject*, uint8_t> state;
-  for (const DxDbObjectId& rootId : Access::records(*blocks)) {
-    auto* root = DxRxObject::cast<DxDbBlockTableRecord>(live(rootId));
-    if (!root || state[root] != kNew) continue;
-    std::vector<std::pair<DxDbBlockTableRecord*, size_t>> path{{root, 0}};
-    state[root] = kOnPath;
-    while (!path.empty()) {
-      auto [btr, next] = path.back();
-      auto& ids = Access::entities(*btr);
-      if (next == ids.size()) {
-        state[btr] = kDone;
-        path.pop_back();
-        continue;
-      }
-      ++path.back().second;
-      auto* ref = DxRxObject::cast<DxDbBlockReference>(live(ids[next]));
-      auto* nested = ref ? DxRxObject::cast<DxDbBlockTableRecord>(live(ref->blockTableRecord())) : nullptr;
-      if (!nested) continue;
-      uint8_t& st = state[nested];
-      if (st == kNew) {
-        st = kOnPath;
-        path.emplace_back(nested, 0);
-      } else if (st == kOnPath) {
-        db.repairs.push_back("a reference of block '" + nested->getName() + "' inside '" + btr->getName() +
-                             "' was removed: the block would contain itself");
-        ids[next].stub()->erased = true;
-        for (const DxDbObjectId& a : ref->attributeIds())
-          if (Stub* s = a.stub()) s->erased = true;
-      }
-    }
-  }
-}
-
 class Reader {
  public:
   Reader(DatabaseImpl& db, dxf::TagReader& rd) : m_db(db), m_rd(rd) {
@@ -122,6 +78,16 @@ class Reader {
     if (m_error.empty()) m_error = m_rd.error();
     return false;
   }
+  // A new section or the end marker met inside a section: its ENDSEC is missing. The
+  // marker is left for the section loop.
+  bool sectionBreak(const dxf::Tag& t) {
+    if (t.code != 0 || (t.text != "SECTION" && t.text != "EOF")) return false;
+    m_rd.pushBack();
+    return true;
+  }
+  bool resync(const std::string& section);
+  bool m_recover = RecoverMode::on();
+  size_t m_duplicateHandles = 0;
   bool nextTag(dxf::Tag& t) {
     if (!m_rd.next(t)) {
       if (!m_rd.error().empty()) return failRead();
@@ -250,22 +216,42 @@ bool Reader::readRecord(Record& rec) {
   return true;
 }
 
+// After damage in a section: says so, and goes on at the next section. Fails when the
+// tags themselves cannot be read further (what was read so far is kept).
+bool Reader::resync(const std::string& section) {
+  m_db.repairs.push_back(m_error + "; reading went on after section " + dxf::quoted(section));
+  m_error.clear();
+  finishSequence();
+  if (!m_rd.error().empty()) return false;
+  dxf::Tag t;
+  while (m_rd.next(t)) {
+    if (t.code == 0 && (t.text == "SECTION" || t.text == "EOF")) {
+      m_rd.pushBack();
+      return true;
+    }
+  }
+  return false;
+}
+
 bool Reader::run(std::string& error) {
   dxf::Tag t;
   bool sawSection = false;
+  size_t strays = 0;
   while (nextTag(t)) {
     if (t.code == 999) continue;
-    if (t.code != 0) {
-      fail("expected a section, found group " + std::to_string(t.code));
+    if (t.code != 0 || (t.text != "SECTION" && t.text != "EOF")) {
+      if (m_recover) {  // stray groups between sections
+        ++strays;
+        continue;
+      }
+      if (t.code != 0) fail("expected a section, found group " + std::to_string(t.code));
+      else fail("expected SECTION, found '" + dxf::quoted(t.text) + "'");
       break;
     }
     if (t.text == "EOF") break;
-    if (t.text != "SECTION") {
-      fail("expected SECTION, found '" + dxf::quoted(t.text) + "'");
-      break;
-    }
     if (!nextTag(t) || t.code != 2) {
       fail("section without a name");
+      if (m_recover && resync("unnamed")) continue;
       break;
     }
     sawSection = true;
@@ -280,13 +266,20 @@ bool Reader::run(std::string& error) {
     else if (name == "ENTITIES") ok = readEntities();
     else if (name == "OBJECTS") ok = readObjects();
     else ok = skipSection(name);
-    if (!ok) break;
+    if (!ok && !(m_recover && resync(name))) break;
   }
+  finishSequence();
   if (m_error.empty() && !sawSection) fail("no DXF sections found");
   if (!m_error.empty()) {
     error = m_error;
+    // Damage past the first section is what RECOVER is for.
+    if (sawSection && error.find("unsupported drawing version") == std::string::npos)
+      error += "; the file is damaged: RECOVER (draxel --recover) reads what it can of it";
     return false;
   }
+  if (strays) m_db.repairs.push_back(std::to_string(strays) + " stray groups between sections were skipped");
+  if (m_duplicateHandles)
+    m_db.repairs.push_back(std::to_string(m_duplicateHandles) + " objects whose handle was taken got new handles");
   // Objects the file gave no handle get fresh ones above every handle it used.
   for (Stub* s : m_unhandled) m_db.assignHandle(s);
   // Drawings older than R13 are upgraded: the standard records must be written.
@@ -296,7 +289,7 @@ bool Reader::run(std::string& error) {
       if (auto* r = DxRxObject::cast<DxDbSymbolTableRecord>(s.obj)) Access::implicit(*r) = false;
     });
   m_db.completeStructure();
-  breakBlockCycles(m_db);
+  breakBlockCycles(m_db, m_db.repairs, true);
   m_db.readFromFile = false;
   return true;
 }
@@ -313,6 +306,7 @@ bool Reader::skipSection(std::string_view name, bool keepIt) {
       if (keepIt) m_db.trailingSections.push_back(std::move(keep));
       return true;
     }
+    if (sectionBreak(t)) return fail("section " + dxf::quoted(name) + " without ENDSEC");
     InTag in;
     in.code = t.code;
     in.kind = t.kind;
@@ -328,6 +322,7 @@ bool Reader::readHeader() {
   dxf::Tag t;
   HeaderVar* cur = nullptr;
   while (nextTag(t)) {
+    if (sectionBreak(t)) return fail("section HEADER without ENDSEC");
     if (t.code == 0) {
       if (t.text == "ENDSEC") {
         m_db.fileVersion = m_db.headerString("$ACADVER", "AC1009");
@@ -368,6 +363,7 @@ bool Reader::readClasses() {
   dxf::Tag t;
   while (nextTag(t)) {
     if (t.code == 0 && t.text == "ENDSEC") return true;
+    if (sectionBreak(t)) return fail("section CLASSES without ENDSEC");
     if (t.code == 0) {
       m_db.classes.emplace_back();
       continue;
@@ -426,6 +422,7 @@ DxDbObject* Reader::makeObject(Record& rec, bool entity) {
     if (s->obj) {
       // A handle used twice: the second object gets a fresh one.
       s = nullptr;
+      ++m_duplicateHandles;
     }
   }
   bool anon = s == nullptr;
@@ -499,6 +496,7 @@ bool Reader::readTables() {
   while (nextTag(t)) {
     if (t.code != 0) return fail("expected a table or record, found group " + std::to_string(t.code));
     if (t.text == "ENDSEC") return true;
+    if (sectionBreak(t)) return fail("section TABLES without ENDSEC");
     if (t.text == "ENDTAB") {
       current = Table::None;
       continue;
@@ -558,6 +556,7 @@ bool Reader::readBlocks() {
   while (nextTag(t)) {
     if (t.code != 0) return fail("expected BLOCK, found group " + std::to_string(t.code));
     if (t.text == "ENDSEC") return true;
+    if (sectionBreak(t)) return fail("section BLOCKS without ENDSEC");
     rec.type = t.text;
     if (!readRecord(rec)) return false;
     if (rec.type != "BLOCK") return fail("expected BLOCK, found '" + dxf::quoted(rec.type) + "'");
@@ -582,6 +581,16 @@ bool Reader::readBlocks() {
     while (true) {
       if (!nextTag(t)) return fail("unexpected end of file in block '" + dxf::quoted(name) + "'");
       if (t.code != 0) return fail("expected an entity, found group " + std::to_string(t.code));
+      if (sectionBreak(t)) return fail("block '" + dxf::quoted(name) + "' without ENDBLK");
+      if (t.code == 0 && t.text == "BLOCK") {
+        if (!m_recover) return fail("block '" + dxf::quoted(name) + "' without ENDBLK");
+        // The next block begins: this one ends here (its end marker is made later).
+        m_db.repairs.push_back("line " + std::to_string(m_rd.position()) + ": block '" + dxf::quoted(name) +
+                               "' without ENDBLK was closed");
+        finishSequence();
+        m_rd.pushBack();
+        break;
+      }
       rec.type = t.text;
       if (!readRecord(rec)) return false;
       if (rec.type == "ENDBLK") {
@@ -617,6 +626,7 @@ bool Reader::readEntities() {
       finishSequence();
       return true;
     }
+    if (sectionBreak(t)) return fail("section ENTITIES without ENDSEC");
     rec.type = t.text;
     if (!readRecord(rec)) return false;
     makeEntity(rec, {});
@@ -630,6 +640,7 @@ bool Reader::readObjects() {
   while (nextTag(t)) {
     if (t.code != 0) return fail("expected an object, found group " + std::to_string(t.code));
     if (t.text == "ENDSEC") return true;
+    if (sectionBreak(t)) return fail("section OBJECTS without ENDSEC");
     rec.type = t.text;
     if (!readRecord(rec)) return false;
     DxDbObject* o = makeObject(rec, false);

@@ -311,7 +311,8 @@ class AsciiReader final : public ReaderBase {
       e = r.ptr;
       ec = r.ec;
     }
-    if (ec != std::errc()) return false;
+    // Infinities and NaN are no coordinates: refused like any other bad number.
+    if (ec != std::errc() || !std::isfinite(tag.real)) return false;
     tag.text = std::string_view(s, e - s);
     tag.integer = 0;
     if (!endOfLine(e)) return false;
@@ -389,6 +390,9 @@ class BinaryReader final : public ReaderBase {
       case Kind::Double:
         if (n - pos_ < 8) return truncated(code);
         std::memcpy(&tag.real, data_.data() + pos_, 8);  // little-endian hosts only
+        if (!std::isfinite(tag.real))
+          return fail("byte " + std::to_string(pos_) + ": group code " + std::to_string(code) +
+                      " holds a number that is not finite");
         pos_ += 8;
         break;
       case Kind::Int16:

@@ -195,6 +195,39 @@ class HostileInput(unittest.TestCase):
                 if ver:
                     self.assertEqual(doc.layers.get("WALLS").dxf.color, 5)
 
+    def test_damaged_structure_needs_recover_which_keeps_what_it_can(self):
+        import ezdxf
+        good = self.out("good.dxf")
+        self.assertEqual(run("-c", "LINE 0,0 1,1 \"\"", "-o", good, "--version", "AC1015").returncode, 0)
+        with open(good) as f:
+            text = f.read()
+        # TABLES loses its ENDSEC, stray groups stand before ENTITIES, two lines share
+        # a handle and a polyline is cut off by ENDSEC.
+        tables_end = text.index("  0\nENDSEC\n", text.index("TABLES"))
+        text = text[:tables_end] + text[tables_end + len("  0\nENDSEC\n"):]
+        line = "  0\nLINE\n  5\nA0\n  8\n0\n 10\n{x}\n 20\n0\n 11\n{x}\n 21\n9\n"
+        cut = "  0\nPOLYLINE\n  8\n0\n 66\n1\n 10\n0\n 20\n0\n  0\nVERTEX\n  8\n0\n 10\n5\n 20\n5\n"
+        text = text.replace("  0\nSECTION\n  2\nENTITIES\n", "  8\nstray\n  0\nSECTION\n  2\nENTITIES\n" +
+                            line.format(x=3) + line.format(x=4) + cut, 1)
+        damaged = self.out("damaged.dxf")
+        with open(damaged, "w") as f:
+            f.write(text)
+        r = run(damaged, "-o", self.out("refused.dxf"))
+        self.assertEqual(r.returncode, 1)
+        self.assertIn("RECOVER", r.stderr)
+        self.assertFalse(os.path.exists(self.out("refused.dxf")))
+        for args in (["--recover", damaged], ["-c", f"RECOVER {damaged}"]):
+            with self.subTest(args=args[0]):
+                dst = self.out("recovered.dxf")
+                r = run(*args, "-o", dst)
+                self.assertEqual(r.returncode, 0, r.stderr)
+                for said in ("TABLES without ENDSEC", "stray groups", "got new handles", "recovered, 3 repairs"):
+                    self.assertIn(said, r.stdout)
+                self.assertSound(dst)
+                msp = ezdxf.readfile(dst).modelspace()
+                self.assertEqual(len(msp.query("LINE")), 3)
+                self.assertEqual(len(msp.query("POLYLINE")), 1)
+
     def test_small_refusals_and_messages(self):
         import ezdxf
         # A scale of 0 is refused and asked again; the cancel leaves LTSCALE as it was.

@@ -135,6 +135,8 @@ void registerHostCommands(DxEdCommandStack* stack) {
       {"PURGE", kModal, cmd::cmdPurge},
       {"NEW", kNoUndoMarker, cmd::cmdNew},
       {"OPEN", kNoUndoMarker, cmd::cmdOpen},
+      {"RECOVER", kNoUndoMarker, cmd::cmdRecover},
+      {"AUDIT", 0, cmd::cmdAudit},
       {"SAVE", kNoUndoMarker, cmd::cmdSave},
       {"SAVEAS", kNoUndoMarker, cmd::cmdSaveAs},
       {"SCRIPT", kNoUndoMarker, cmd::cmdScript},

@@ -38,6 +38,8 @@ void cmdLinetype();
 void cmdPurge();
 void cmdNew();
 void cmdOpen();
+void cmdRecover();
+void cmdAudit();
 void cmdSave();
 void cmdSaveAs();
 void cmdScript();

@@ -2,6 +2,7 @@
 // QUIT.
 #include <filesystem>
 
+#include "host/db/database_impl.h"
 #include "host/editor/commands/common.h"
 
 namespace fs = std::filesystem;
@@ -123,19 +124,38 @@ void cmdNew() {
   s.setCurrent(doc);
 }
 
-void cmdOpen() {
+namespace {
+void openAsked(const char* prompt, bool recover) {
   Session& s = session();
   std::string path;
-  if (askString("\nEnter name of drawing to open: ", path) != RTNORM || path.empty()) return;
+  if (askString(prompt, path) != RTNORM || path.empty()) return;
   if (fs::path(path).extension().empty() && !fs::exists(path)) path += ".dxf";
   std::string err;
-  Document* doc = s.openDocument(path, err);
+  Document* doc = s.openDocument(path, err, recover);
   if (!doc) {
     say("\n" + err + "\n");
     return;
   }
   s.setCurrent(doc);
   say("\nOpened " + std::string(doc->fileName()) + ".\n");
+}
+}  // namespace
+
+void cmdOpen() { openAsked("\nEnter name of drawing to open: ", false); }
+// A damaged drawing: read what can be read, repair it and say what was set right.
+void cmdRecover() { openAsked("\nEnter name of drawing to recover: ", true); }
+
+void cmdAudit() {
+  Document* doc = session().current();
+  if (!doc) return;
+  std::string kw;
+  int rc = askKeyword("\nFix any errors detected? [Yes/No] <N>: ", "Yes No", kw);
+  if (rc == RTCAN || rc == RTERROR) return;
+  bool fix = rc == RTNORM && kw == "Yes";
+  std::vector<std::string> notes;
+  size_t found = dx::db::auditDatabase(*dx::db::implOf(doc->database()), notes, fix);
+  for (const std::string& n : notes) say("\n" + n);
+  say("\nTotal errors found " + std::to_string(found) + " fixed " + std::to_string(fix ? found : 0) + "\n");
 }
 
 namespace {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <optional>
 
 #include "host/db/database_impl.h"
 
@@ -81,7 +82,7 @@ Document* Session::newDocument() {
   return doc;
 }
 
-Document* Session::openDocument(const std::string& path, std::string& error) {
+Document* Session::openDocument(const std::string& path, std::string& error, bool recover) {
   std::error_code ec;
   if (!fs::exists(path, ec)) {
     error = "cannot read '" + path + "': no such file";
@@ -92,14 +93,19 @@ Document* Session::openDocument(const std::string& path, std::string& error) {
     return nullptr;
   }
   auto db = std::make_unique<DxDbDatabase>(false);
+  std::optional<dx::db::RecoverMode> recovering;
+  if (recover) recovering.emplace();
   if (db->readDwgFile(path.c_str()) != Dxad::eOk) {
     error = "cannot read '" + path + "': " +
             (db->lastError().empty() ? std::string("not a drawing file") : db->lastError());
     return nullptr;
   }
   // What loading had to set right in a damaged file is said, not hidden.
-  for (const std::string& r : dx::db::implOf(db.get())->repairs)
-    output().message("\n" + fs::path(path).filename().string() + ": " + r + "\n");
+  const auto& repairs = dx::db::implOf(db.get())->repairs;
+  for (const std::string& r : repairs) output().message("\n" + fs::path(path).filename().string() + ": " + r + "\n");
+  if (recover)
+    output().message("\n" + fs::path(path).filename().string() + ": recovered, " + std::to_string(repairs.size()) +
+                     (repairs.size() == 1 ? " repair" : " repairs") + ".\n");
   m_docs.push_back(std::make_unique<Document>(std::move(db), fs::absolute(path).string()));
   Document* doc = m_docs.back().get();
   for (auto* r : std::vector(docReactors)) r->documentCreated(doc);

@@ -125,7 +125,8 @@ class Session {
   Document* current() const { return m_current; }
   Document* newDocument();
   // Opens a drawing; null and a one-line message in error when it cannot be read.
-  Document* openDocument(const std::string& path, std::string& error);
+  // recover: read the way RECOVER does (damage skipped and reported, not refused).
+  Document* openDocument(const std::string& path, std::string& error, bool recover = false);
   void setCurrent(Document* doc);
   void closeDocument(Document* doc);
   const std::vector<std::unique_ptr<Document>>& documents() const { return m_docs; }
