@@ -135,8 +135,6 @@ void registerHostCommands(DxEdCommandStack* stack) {
       {"PURGE", kModal, cmd::cmdPurge},
       {"NEW", kNoUndoMarker, cmd::cmdNew},
       {"OPEN", kNoUndoMarker, cmd::cmdOpen},
-      {"RECOVER", kNoUndoMarker, cmd::cmdRecover},
-      {"AUDIT", 0, cmd::cmdAudit},
       {"SAVE", kNoUndoMarker, cmd::cmdSave},
       {"SAVEAS", kNoUndoMarker, cmd::cmdSaveAs},
       {"SCRIPT", kNoUndoMarker, cmd::cmdScript},
@@ -151,6 +149,8 @@ void registerHostCommands(DxEdCommandStack* stack) {
       {"WIPEOUT", kModal, cmd::cmdWipeout},
       {"-GROUP", kModal, cmd::cmdGroup},
       {"DRAWORDER", kUsePickSet, cmd::cmdDrawOrder},
+      {"RECOVER", kNoUndoMarker, cmd::cmdRecover},
+      {"AUDIT", kModal, cmd::cmdAudit},
   };
   for (const Row& r : rows) stack->addCommand(kHostGroup, r.name, r.name, r.flags, r.fn);
 }
