@@ -18,11 +18,6 @@ namespace {
 
 constexpr double kDeg = M_PI / 180.0;
 
-DxDbObject* objOf(DxDbObjectId id) {
-  Stub* s = id.stub();
-  return s && s->obj && !s->erased ? s->obj : nullptr;
-}
-
 // ---------------------------------------------------------------------------------------
 // Standard arrows: unit size, tip at the origin, the body along -x (towards the other
 // end of the dimension line).
@@ -146,8 +141,8 @@ DimVars readVars(const DatabaseImpl& db, DxDbObjectId styleId) {
   v.txt = metric ? 2.5 : 0.18, v.lfac = 1, v.gap = metric ? 0.625 : 0.09;
   v.tih = v.toh = metric ? 0 : 1;
   v.tad = metric ? 1 : 0, v.zin = metric ? 8 : 0, v.dec = metric ? 2 : 4;
-  auto* st = DxRxObject::cast<DxDbDimStyleTableRecord>(objOf(styleId));
-  if (!st) st = DxRxObject::cast<DxDbDimStyleTableRecord>(objOf(db.recordId(Table::DimStyle, "Standard")));
+  auto* st = DxRxObject::cast<DxDbDimStyleTableRecord>(liveObjectOf(styleId));
+  if (!st) st = DxRxObject::cast<DxDbDimStyleTableRecord>(liveObjectOf(db.recordId(Table::DimStyle, "Standard")));
   if (!st) return v;
   for (auto [code, field] : {std::pair{40, &v.scale}, {41, &v.asz}, {42, &v.exo}, {44, &v.exe}, {46, &v.dle},
                              {45, &v.rnd}, {140, &v.txt}, {142, &v.tsz}, {144, &v.lfac}, {147, &v.gap}})
@@ -265,7 +260,7 @@ ErrorStatus DxDbDimension::recomputeDimBlock(bool) {
   double height = v.txt * s;
   double widthFactor = 1;
   DxDbObjectId textStyle = v.txsty;
-  if (auto* ts = DxRxObject::cast<DxDbTextStyleTableRecord>(objOf(textStyle))) {
+  if (auto* ts = DxRxObject::cast<DxDbTextStyleTableRecord>(liveObjectOf(textStyle))) {
     if (ts->textSize() > 0) height = ts->textSize();
     widthFactor = ts->xScale();
   } else {
@@ -325,7 +320,7 @@ ErrorStatus DxDbDimension::recomputeDimBlock(bool) {
       continue;
     }
     DxDbObjectId arrow = v.sah ? (i == 0 ? v.blk1 : v.blk2) : v.blk;
-    if (arrow.isNull() || !objOf(arrow)) {
+    if (arrow.isNull() || !liveObjectOf(arrow)) {
       for (DxDbEntity* e : arrowEntities(arrowShapes().front(), tip, angle, asz)) pieces.push_back(colored(e, v.clrd));
       continue;
     }
