@@ -202,6 +202,56 @@ class DxDbSortentsTable : public DxDbObject {
   std::vector<std::pair<DxDbObjectId, uint64_t>> m_entries;  // entity, sort handle
 };
 
+// SPATIAL_FILTER: the clip boundary of a block or external reference, kept under
+// ACAD_FILTER / SPATIAL in the reference's extension dictionary. The boundary points
+// lie in the plane of normal() where the reference stood when it was clipped; the
+// inverse of the reference's block transform at that time takes them into the block.
+class DxDbSpatialFilter : public DxDbObject {
+  DX_DB_RECORD_CLASS(DxDbSpatialFilter);
+  DxDbSpatialFilter() = default;
+  // Two points are the corners of a rectangle, more a polygon.
+  const std::vector<DxGePoint2d>& boundary() const { return m_points; }
+  DxGeVector3d normal() const { return m_normal; }
+  bool isEnabled() const { return m_enabled != 0; }
+  Dxad::ErrorStatus setEnabled(bool on);
+  // A new boundary (plane coordinates of normal) for a reference whose block transform
+  // is blockTransform now. Fails on fewer than two points or a singular transform.
+  Dxad::ErrorStatus setDefinition(const std::vector<DxGePoint2d>& points,
+                                  const DxGeVector3d& normal, const DxGeMatrix3d& blockTransform);
+  DxGeMatrix3d inverseBlockTransform() const;
+  // The boundary as a polygon in the block's own coordinates (a rectangle as its four
+  // corners); an inverted clip gives the region it hides.
+  std::vector<DxGePoint3d> blockPolygon() const;
+  // Whether the clip hides what lies inside its boundary (kept, as other programs keep
+  // it, in a round-trip record of the filter's extension dictionary).
+  bool isInverted() const;
+
+ private:
+  friend struct dx::db::Access;
+  std::vector<DxGePoint2d> invertedBoundary() const;
+  std::vector<DxGePoint2d> m_points;
+  DxGeVector3d m_normal{0, 0, 1};
+  DxGePoint3d m_origin;
+  int16_t m_enabled = 1, m_frontOn = 0, m_backOn = 0;
+  double m_front = 0, m_back = 0;
+  // Rows of two 3x4 matrices: the inverse block transform and the clip-bound transform.
+  double m_matrices[24] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0};
+  int m_readReals = 0;  // matrix values read so far while loading
+  bool m_readBack = false;
+};
+
+// The clip of a block reference as it stands now.
+struct DxDbReferenceClip {
+  std::vector<DxGePoint3d> blockPolygon;  // in the block's coordinates
+  std::vector<DxGePoint3d> worldPolygon;  // the same through the reference's transform
+  bool enabled = false;
+  bool inverted = false;
+};
+// The spatial filter of a reference (ACAD_FILTER / SPATIAL), null when it has none.
+DxDbObjectId dxdbSpatialFilterOf(const DxDbObject* reference);
+// False when the reference carries no clip boundary.
+bool dxdbReferenceClip(const DxDbBlockReference* reference, DxDbReferenceClip& clip);
+
 class DxDbLayout : public DxDbObject {
   DX_DB_RECORD_CLASS(DxDbLayout);
   DxDbLayout() = default;

@@ -61,6 +61,7 @@ const ClassRecord kClassRecords[] = {
     {DxDbWipeout::desc, "WIPEOUT", "AcDbWipeout", "WipeOut", 127, true},
     {DxDbWipeoutVariables::desc, "WIPEOUTVARIABLES", "AcDbWipeoutVariables", "WipeOut", 0, false},
     {DxDbSortentsTable::desc, "SORTENTSTABLE", "AcDbSortentsTable", "ObjectDBX Classes", 0, false},
+    {DxDbSpatialFilter::desc, "SPATIAL_FILTER", "AcDbSpatialFilter", "ObjectDBX Classes", 0, false},
 };
 
 class Writer {

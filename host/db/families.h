@@ -35,6 +35,7 @@
   X(RasterVariables)      \
   X(WipeoutVariables)     \
   X(SortentsTable)        \
+  X(SpatialFilter)        \
   X(Layout)               \
   X(UnknownObject)
 

@@ -722,58 +722,12 @@ void Renderer::drawReferenceOnce(DxDbBlockReference* ref, const DxGeMatrix3d& bl
 }
 
 bool Renderer::pushSpatialClip(DxDbBlockReference* ref, const DxGeMatrix3d& refToDevice) {
-  DxDbObjectId xdict = ref->extensionDictionary();
-  if (xdict.isNull()) return false;
-  DxDbObjectId filterDict, filter;
-  {
-    ReadOpen<DxDbDictionary> d(xdict);
-    if (!d || d->getAt("ACAD_FILTER", filterDict) != Dxad::eOk) return false;
-  }
-  {
-    ReadOpen<DxDbDictionary> d(filterDict);
-    if (!d || d->getAt("SPATIAL", filter) != Dxad::eOk) return false;
-  }
-  EntityList list(filter);
-  std::vector<DxGePoint3d> pts;
-  double inv[12] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0};
-  int reals = 0;
-  bool enabled = true;
-  for (const resbuf* rb = list.find(100); rb; rb = rb->rbnext) {
-    if (rb->restype == 10) pts.emplace_back(rb->resval.rpoint[0], rb->resval.rpoint[1], 0);
-    else if (rb->restype == 71) enabled = rbInt(rb) != 0;
-    else if (rb->restype == 40 && reals < 12) inv[reals++] = rb->resval.rreal;
-  }
-  if (!enabled || pts.size() < 2) return false;
-  // An inverted clip keeps the user's boundary in a round-trip record on the filter.
-  bool inverted = false;
-  {
-    ReadOpen<DxDbObject> f(filter);
-    DxDbObjectId fx = f ? f->extensionDictionary() : DxDbObjectId();
-    ReadOpen<DxDbDictionary> d(fx);
-    DxDbObjectId recId;
-    if (d && d->getAt("ACAD_XREC_ROUNDTRIP", recId) == Dxad::eOk) {
-      EntityList rec(recId);
-      bool in = false;
-      std::vector<DxGePoint3d> hole;
-      for (const resbuf* rb = rec.head(); rb; rb = rb->rbnext) {
-        if (rb->restype == 102) in = rb->resval.rstring && std::strcmp(rb->resval.rstring, "ACAD_INVERTEDCLIP_ROUNDTRIP") == 0;
-        else if (in && rb->restype == 10) hole.emplace_back(rb->resval.rpoint[0], rb->resval.rpoint[1], 0);
-      }
-      if (hole.size() >= 2) {
-        inverted = true;
-        pts = std::move(hole);
-      }
-    }
-  }
-  if (pts.size() == 2) pts = {pts[0], {pts[1].x, pts[0].y, 0}, pts[1], {pts[0].x, pts[1].y, 0}};
-  // Boundary points are where the reference stood when it was clipped; the filter's
-  // first matrix takes them into block coordinates.
-  DxGeMatrix3d toBlock;
-  for (int i = 0; i < 3; ++i)
-    for (int j = 0; j < 4; ++j) toBlock.entry[i][j] = inv[i * 4 + j];
+  DxDbReferenceClip clip;
+  if (!dxdbReferenceClip(ref, clip) || !clip.enabled) return false;
+  bool inverted = clip.inverted;
   cairo_save(m_cr);
   cairo_new_path(m_cr);
-  addPath(pts, refToDevice * toBlock, true);
+  addPath(clip.blockPolygon, refToDevice, true);
   if (inverted) {
     double x1, y1, x2, y2;
     cairo_clip_extents(m_cr, &x1, &y1, &x2, &y2);

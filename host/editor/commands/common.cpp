@@ -1,5 +1,6 @@
 #include "host/editor/commands/common.h"
 
+#include <cmath>
 #include <cstdlib>
 
 namespace dx::ed::cmd {
@@ -53,6 +54,37 @@ DxDbObjectId findRecord(DxDbObjectId tableId, const std::string& name) {
 std::string recordName(DxDbObjectId id) {
   Opened<DxDbSymbolTableRecord> rec(id, DxDb::kForRead);
   return rec ? rec->getName() : std::string();
+}
+
+namespace {
+// Segments per full turn when a polyline's arcs become straight edges.
+constexpr int kArcSegmentsPerTurn = 64;
+}  // namespace
+
+std::vector<DxGePoint3d> polylineOutline(const DxDbPolyline& pl) {
+  std::vector<DxGePoint3d> out;
+  DxGeMatrix3d toPlane = DxGeMatrix3d::worldToPlane(pl.normal());
+  DxGeMatrix3d toWorld = DxGeMatrix3d::planeToWorld(pl.normal());
+  for (unsigned i = 0; i < pl.numVerts(); ++i) {
+    DxGePoint3d p;
+    pl.getPointAt(i, p);
+    out.push_back(p);
+    DxGePoint3d center;
+    double r, sa, ea, bulge = 0;
+    pl.getBulgeAt(i, bulge);
+    if (!pl.getArcSegAt(i, center, r, sa, ea)) continue;
+    double sweep = std::fmod(ea - sa + 4 * M_PI, 2 * M_PI);
+    if (sweep < 1e-12) sweep = 2 * M_PI;
+    int n = std::max(1, int(std::ceil(sweep * kArcSegmentsPerTurn / (2 * M_PI))));
+    DxGePoint3d c = toPlane * center;
+    // The arc runs from this vertex to the next: counter-clockwise for a positive bulge.
+    double from = bulge > 0 ? sa : ea, step = (bulge > 0 ? sweep : -sweep) / n;
+    for (int k = 1; k < n; ++k) {
+      double a = from + step * k;
+      out.push_back(toWorld * DxGePoint3d(c.x + r * std::cos(a), c.y + r * std::sin(a), c.z));
+    }
+  }
+  return out;
 }
 
 namespace {
@@ -149,6 +181,7 @@ void registerHostCommands(DxEdCommandStack* stack) {
       {"WIPEOUT", kModal, cmd::cmdWipeout},
       {"-GROUP", kModal, cmd::cmdGroup},
       {"DRAWORDER", kUsePickSet, cmd::cmdDrawOrder},
+      {"XCLIP", kUsePickSet, cmd::cmdXclip},
       {"RECOVER", kNoUndoMarker, cmd::cmdRecover},
       {"AUDIT", kModal, cmd::cmdAudit},
   };

@@ -23,6 +23,8 @@ DxDbObjectId findRecord(DxDbObjectId tableId, const std::string& name);
 std::string recordName(DxDbObjectId id);
 // Colour answers: a number, BYLAYER, BYBLOCK, a colour name or "r,g,b".
 bool parseColor(const std::string& s, DxCmColor& c);
+// The outline of a polyline in world points, arcs replaced by chords.
+std::vector<DxGePoint3d> polylineOutline(const DxDbPolyline& pl);
 // "1 (red)", "30".
 std::string colorText(const DxCmColor& c);
 
@@ -53,5 +55,6 @@ void cmdImageClip();
 void cmdWipeout();
 void cmdGroup();
 void cmdDrawOrder();
+void cmdXclip();
 
 }  // namespace dx::ed::cmd

@@ -1,40 +1,8 @@
 // WIPEOUT: an area that hides what lies under it, from points or from a closed polyline.
-#include <cmath>
-
 #include "host/editor/commands/common.h"
 
 namespace dx::ed::cmd {
 namespace {
-
-// Segments per full turn when a polyline's arcs become the wipeout's straight edges.
-constexpr int kArcSegmentsPerTurn = 64;
-
-// The outline of a closed polyline in world points, arcs replaced by chords.
-std::vector<DxGePoint3d> outlineOf(const DxDbPolyline& pl) {
-  std::vector<DxGePoint3d> out;
-  DxGeMatrix3d toPlane = DxGeMatrix3d::worldToPlane(pl.normal());
-  DxGeMatrix3d toWorld = DxGeMatrix3d::planeToWorld(pl.normal());
-  for (unsigned i = 0; i < pl.numVerts(); ++i) {
-    DxGePoint3d p;
-    pl.getPointAt(i, p);
-    out.push_back(p);
-    DxGePoint3d center;
-    double r, sa, ea, bulge = 0;
-    pl.getBulgeAt(i, bulge);
-    if (!pl.getArcSegAt(i, center, r, sa, ea)) continue;
-    double sweep = std::fmod(ea - sa + 4 * M_PI, 2 * M_PI);
-    if (sweep < 1e-12) sweep = 2 * M_PI;
-    int n = std::max(1, int(std::ceil(sweep * kArcSegmentsPerTurn / (2 * M_PI))));
-    DxGePoint3d c = toPlane * center;
-    // The arc runs from this vertex to the next: counter-clockwise for a positive bulge.
-    double from = bulge > 0 ? sa : ea, step = (bulge > 0 ? sweep : -sweep) / n;
-    for (int k = 1; k < n; ++k) {
-      double a = from + step * k;
-      out.push_back(toWorld * DxGePoint3d(c.x + r * std::cos(a), c.y + r * std::sin(a), c.z));
-    }
-  }
-  return out;
-}
 
 bool addWipeout(const std::vector<DxGePoint3d>& polygon, const DxGeVector3d& normal) {
   auto* w = new DxDbWipeout();
@@ -67,7 +35,7 @@ void fromPolyline() {
       say("\nThe polyline is not closed.\n");
       return;
     }
-    outline = outlineOf(*pl.get());
+    outline = polylineOutline(*pl.get());
     normal = pl->normal();
     source = id;
     break;
