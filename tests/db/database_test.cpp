@@ -769,6 +769,46 @@ TEST(Geometry, ArcsInTiltedPlanesAndBlockTransforms) {
   EXPECT_TRUE((m.inverse() * (m * DxGePoint3d(3, -4, 7))).isEqualTo({3, -4, 7}, 1e-12));
 }
 
+// Texts measure their glyphs in the style's font (here the default face): a box from a
+// character count would give "iiii" and "WWWW" the same width.
+TEST(Geometry, TextAndHatchExtentsAreExact) {
+  DxGePoint3d lo, hi, lo2, hi2;
+  DxDbText narrow({0, 0, 0}, "iiii", DxDbObjectId(), 10), wide({0, 0, 0}, "WWWW", DxDbObjectId(), 10);
+  ASSERT_EQ(narrow.getGeomExtents(lo, hi), Dxad::eOk);
+  ASSERT_EQ(wide.getGeomExtents(lo2, hi2), Dxad::eOk);
+  EXPECT_GT(hi2.x - lo2.x, 2.5 * (hi.x - lo.x));
+  EXPECT_NEAR(lo2.y, 0, 0.2);  // capitals stand on the baseline and fill the height
+  EXPECT_NEAR(hi2.y, 10, 0.2);
+  DxDbText low({0, 0, 0}, "gjpq", DxDbObjectId(), 10);
+  low.getGeomExtents(lo, hi);
+  EXPECT_LT(lo.y, -1.5);  // descenders reach below the baseline
+
+  // Middle-centred and turned a quarter: the box is centred on the alignment point.
+  wide.setHorizontalMode(DxDb::kTextMid);
+  wide.setAlignmentPoint({50, 50, 0});
+  wide.setRotation(M_PI / 2);
+  ASSERT_EQ(wide.getGeomExtents(lo, hi), Dxad::eOk);
+  EXPECT_NEAR((lo.y + hi.y) / 2, 50, 1e-6);
+  EXPECT_NEAR(hi.y - lo.y, hi2.x - lo2.x, 1e-6);
+  EXPECT_NEAR(hi.x - lo.x, 10, 0.3);
+
+  // A hatch loop of a half disc below its chord reaches the arc's lowest point.
+  DxDbHatch h;
+  ASSERT_EQ(h.appendLoop(1, {{0, 0}, {10, 0}}, {1.0, 0.0}), Dxad::eOk);
+  ASSERT_EQ(h.getGeomExtents(lo, hi), Dxad::eOk);
+  EXPECT_NEAR(lo.y, -5, 1e-9);
+  EXPECT_NEAR(hi.y, 0, 1e-9);
+
+  // Two paragraphs: the longer line sets the width; the pitch is five thirds the height.
+  DxDbMText m;
+  m.setContents("WWWW\\PWW");
+  m.setTextHeight(10);
+  ASSERT_EQ(m.getGeomExtents(lo, hi), Dxad::eOk);
+  EXPECT_NEAR(hi.x - lo.x, hi2.x - lo2.x, 1e-6);
+  EXPECT_NEAR(hi.y, 0, 0.2);  // top left attachment: the text hangs below its location
+  EXPECT_NEAR(lo.y, -(10 + 10 * 5.0 / 3.0), 0.3);
+}
+
 // ---------------------------------------------------------------------------------------
 // Reading and writing
 

@@ -439,21 +439,57 @@ DxGePoint2d edgeStart(const HatchEdge& e) {
   }
 }
 
-// Points that bound a loop: corners, whole circles and ellipses around curved edges,
-// spline control points.
+// Points that bound an elliptical arc c + M cos t + m sin t, t from t0 counter-clockwise
+// through the sweep (radians): its ends and the extremes of x and y inside the sweep.
+void boundArc(const DxGePoint2d& c, const DxGeVector2d& M, const DxGeVector2d& m, double t0, double sweep,
+              std::vector<DxGePoint2d>& pts) {
+  auto at = [&](double t) {
+    return DxGePoint2d(c.x + M.x * std::cos(t) + m.x * std::sin(t), c.y + M.y * std::cos(t) + m.y * std::sin(t));
+  };
+  t0 = std::fmod(t0, 2 * M_PI);
+  if (t0 < 0) t0 += 2 * M_PI;
+  sweep = std::fmod(sweep, 2 * M_PI);
+  if (sweep <= 0) sweep += 2 * M_PI;  // equal ends: the whole curve
+  double t1 = t0 + sweep;
+  pts.push_back(at(t0));
+  pts.push_back(at(t1));
+  for (double base : {std::atan2(m.x, M.x), std::atan2(m.y, M.y)})
+    for (int k = -1; k <= 4; ++k)
+      if (double t = base + k * M_PI; t > t0 && t < t1) pts.push_back(at(t));
+}
+
+// Points that bound a loop: corners, the extremes of its arcs and elliptical arcs, spline
+// control points (a spline lies within their hull).
 void boundLoop(const HatchLoopData& l, std::vector<DxGePoint2d>& pts) {
   pts.insert(pts.end(), l.pts.begin(), l.pts.end());
+  for (size_t i = 0; i < l.pts.size() && i < l.bulges.size(); ++i) {
+    double b = l.bulges[i];
+    if (b == 0 || (i + 1 == l.pts.size() && !l.closed)) continue;
+    const DxGePoint2d &a = l.pts[i], &z = l.pts[(i + 1) % l.pts.size()];
+    double chord = std::hypot(z.x - a.x, z.y - a.y);
+    if (chord == 0) continue;
+    // The arc's centre lies off the chord's middle; its sweep is four times atan(bulge).
+    double sweep = 4 * std::atan(b), r = chord * (1 + b * b) / (4 * std::fabs(b));
+    double off = chord * (1 - b * b) / (4 * b);  // signed distance of the centre to the left
+    DxGePoint2d mid((a.x + z.x) / 2, (a.y + z.y) / 2);
+    DxGePoint2d c(mid.x - (z.y - a.y) / chord * off, mid.y + (z.x - a.x) / chord * off);
+    double ta = std::atan2(a.y - c.y, a.x - c.x), tz = std::atan2(z.y - c.y, z.x - c.x);
+    boundArc(c, {r, 0}, {0, r}, sweep > 0 ? ta : tz, std::fabs(sweep), pts);
+  }
   for (const auto& e : l.edges) {
-    double r = e.type == 3 ? std::hypot(e.q.x, e.q.y) : e.radius;
+    // Clockwise edges store their angles mirrored: the same arc runs counter-clockwise
+    // from the negated end to the negated start.
+    double t0 = (e.ccw ? e.start : -e.end) * kDeg, t1 = (e.ccw ? e.end : -e.start) * kDeg;
     switch (e.type) {
       case 1:
         pts.push_back(e.p);
         pts.push_back(e.q);
         break;
       case 2:
+        boundArc(e.p, {e.radius, 0}, {0, e.radius}, t0, t1 - t0, pts);
+        break;
       case 3:
-        pts.push_back({e.p.x - r, e.p.y - r});
-        pts.push_back({e.p.x + r, e.p.y + r});
+        boundArc(e.p, {e.q.x, e.q.y}, {-e.q.y * e.radius, e.q.x * e.radius}, t0, t1 - t0, pts);
         break;
       default:
         pts.insert(pts.end(), e.control.begin(), e.control.end());

@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "host/db/entities/entity_geometry.h"
+#include "host/db/entities/text_layout.h"
 #include "host/db/family.h"
 
 using namespace dx::db;
@@ -152,22 +153,11 @@ ErrorStatus DxDbMText::setContents(const char* s) {
   return Dxad::eOk;
 }
 ErrorStatus DxDbMText::getGeomExtents(DxGePoint3d& a, DxGePoint3d& b) const {
-  Box box;
-  box.add(m_location);
-  double w = m_width > 0 ? m_width : m_height * 0.8 * double(m_contents.size());
-  DxGeVector3d d = direction().normal();
-  DxGeVector3d up = m_normal.crossProduct(d).normal();
-  int lines = 1 + int(std::count(m_contents.begin(), m_contents.end(), '\n'));
-  for (size_t i = 0; i + 1 < m_contents.size(); ++i)
-    if (m_contents[i] == '\\' && m_contents[i + 1] == 'P') ++lines;
-  double h = m_height * (1 + (lines - 1) * 1.667 * m_lsFactor);
-  int col = (m_attach - 1) % 3, row = (m_attach - 1) / 3;
-  DxGePoint3d tl = m_location - d * (w * col / 2.0) + up * (h * row / 2.0);
-  box.add(tl);
-  box.add(tl + d * w);
-  box.add(tl - up * h);
-  box.add(tl + d * w - up * h);
-  return box.out(a, b);
+  dx::text::Layout layout;
+  layoutOf(*this, layout);
+  if (layout.extents(a, b)) return Dxad::eOk;
+  a = b = m_location;
+  return Dxad::eOk;
 }
 ErrorStatus DxDbMText::transformBy(const DxGeMatrix3d& m) {
   assertWriteEnabled();

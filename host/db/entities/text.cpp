@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "host/db/entities/entity_geometry.h"
+#include "host/db/entities/text_layout.h"
 #include "host/db/family.h"
 
 using namespace dx::db;
@@ -139,18 +140,12 @@ ErrorStatus DxDbText::setNormal(const DxGeVector3d& n) {
   return Dxad::eOk;
 }
 ErrorStatus DxDbText::getGeomExtents(DxGePoint3d& a, DxGePoint3d& b) const {
-  // Without font metrics: a box of 0.8 height per character along the baseline.
-  Box box;
-  double w = m_height * m_widthFactor * 0.8 * double(m_text.size());
-  double r = rotation();
-  DxGeMatrix3d toW = DxGeMatrix3d::planeToWorld(m_normal);
-  DxGePoint3d p = m_pos;
-  DxGeVector3d dx(std::cos(r), std::sin(r), 0), dy(-std::sin(r), std::cos(r), 0);
-  box.add(toW * p);
-  box.add(toW * (p + dx * w));
-  box.add(toW * (p + dy * m_height));
-  box.add(toW * (p + dx * w + dy * m_height));
-  return box.out(a, b);
+  dx::text::Layout layout;
+  layoutOf(*this, layout);
+  if (layout.extents(a, b)) return Dxad::eOk;
+  // Nothing to show (an empty or blank text): its insertion point.
+  a = b = DxGeMatrix3d::planeToWorld(m_normal) * m_pos;
+  return Dxad::eOk;
 }
 ErrorStatus DxDbText::transformBy(const DxGeMatrix3d& m) {
   assertWriteEnabled();
