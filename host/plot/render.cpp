@@ -100,11 +100,21 @@ void bulgePoints(const DxGePoint2d& a, const DxGePoint2d& b, double bulge, doubl
 
 Renderer::Renderer(cairo_t* cr, DxDbDatabase* db, bool blackBackground, double deviceUnitsPerMm)
     : m_cr(cr), m_db(db), m_black(blackBackground), m_unitsPerMm(deviceUnitsPerMm) {
-  if (resbuf* v = db->getHeaderVar("LTSCALE")) {
-    if (v->restype == RTREAL || dxutGroupCodeType(v->restype) == RTREAL) m_ltscale = v->resval.rreal;
-    dxutRelRb(v);
-  }
+  auto number = [&](const char* name, double dflt) {
+    double v = dflt;
+    if (resbuf* rb = db->getHeaderVar(name)) {
+      int type = dxutGroupCodeType(rb->restype);
+      if (rb->restype == RTREAL || type == RTREAL) v = rb->resval.rreal;
+      else if (rb->restype == RTSHORT || type == RTSHORT) v = rb->resval.rint;
+      else if (rb->restype == RTLONG || type == RTLONG) v = double(rb->resval.rlong);
+      dxutRelRb(rb);
+    }
+    return std::isfinite(v) ? v : dflt;
+  };
+  m_ltscale = number("LTSCALE", 1);
   if (!(m_ltscale > 0)) m_ltscale = 1;
+  m_pdmode = int(number("PDMODE", 0));
+  m_pdsize = number("PDSIZE", 0);
   ReadOpen<DxDbLayerTable> layers(db->layerTableId());
   DxDbObjectId id;
   if (layers && layers->getIdAt("0", id) == Dxad::eOk) m_layer0 = id;
@@ -305,7 +315,40 @@ void Renderer::writeLineTexts(cairo_path_t* path, const Pen& pen, double pattern
 void Renderer::drawSpace(DxDbObjectId btr, const DxGeMatrix3d& toDevice) {
   Context ctx;
   ctx.m = toDevice;
+  double x1, y1, x2, y2;
+  cairo_clip_extents(m_cr, &x1, &y1, &x2, &y2);
+  m_areaHeight = std::fabs(y2 - y1);
   drawBlock(btr, ctx);
+}
+
+// A point as the drawing's PDMODE shows it: a dot, nothing, a plus, a cross or a tick,
+// with a circle (32) and a square (64) around; PDSIZE in drawing units, or when 0 or
+// negative a share of the height of the area drawn.
+void Renderer::drawPoint(const DxGePoint3d& p, const DxGeMatrix3d& m, const Pen& pen) {
+  Pt d = toDev(m, p);
+  setColor(pen.color);
+  int shape = m_pdmode & 7;
+  if (shape == 0 && !(m_pdmode & 96)) {
+    cairo_arc(m_cr, d.x, d.y, std::max(pen.width, 1.0), 0, 2 * kPi);
+    fill();
+    return;
+  }
+  double size = m_pdsize > 0 ? m_pdsize * planeScale(m)
+                             : m_areaHeight * (m_pdsize < 0 ? -m_pdsize / 100 : 0.05);
+  double h = std::max(size, 2.0) / 2;
+  if (shape == 0) cairo_arc(m_cr, d.x, d.y, std::max(pen.width, 1.0), 0, 2 * kPi), fill();
+  if (shape == 2) {
+    cairo_move_to(m_cr, d.x - h, d.y), cairo_line_to(m_cr, d.x + h, d.y);
+    cairo_move_to(m_cr, d.x, d.y - h), cairo_line_to(m_cr, d.x, d.y + h);
+  } else if (shape == 3) {
+    cairo_move_to(m_cr, d.x - h, d.y - h), cairo_line_to(m_cr, d.x + h, d.y + h);
+    cairo_move_to(m_cr, d.x - h, d.y + h), cairo_line_to(m_cr, d.x + h, d.y - h);
+  } else if (shape == 4) {
+    cairo_move_to(m_cr, d.x, d.y), cairo_line_to(m_cr, d.x, d.y - h);  // device y runs down
+  }
+  if (m_pdmode & 32) cairo_new_sub_path(m_cr), cairo_arc(m_cr, d.x, d.y, h, 0, 2 * kPi);
+  if (m_pdmode & 64) cairo_rectangle(m_cr, d.x - h, d.y - h, 2 * h, 2 * h);
+  stroke(Pen{pen.color, pen.width});
 }
 
 std::vector<DxDbObjectId> Renderer::drawOrder(const DxDbBlockTableRecord* btr) {
@@ -409,10 +452,7 @@ void Renderer::drawEntity(DxDbObjectId id, const Context& ctx) {
   } else if (auto* hp = as<DxDbPolylineHeavy>(ent)) {
     drawHeavyPolyline(hp, ctx, pen);
   } else if (auto* p = as<DxDbPoint>(ent)) {
-    Pt d = toDev(m, p->position());
-    setColor(pen.color);
-    cairo_arc(m_cr, d.x, d.y, std::max(pen.width, 1.0), 0, 2 * kPi);
-    fill();
+    drawPoint(p->position(), m, pen);
   } else if (auto* so = as<DxDbSolid>(ent)) {
     DxGePoint3d q[4];
     for (int i = 0; i < 4; ++i) so->getPointAt(i, q[i]);

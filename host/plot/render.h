@@ -168,6 +168,7 @@ class Renderer {
   // A 2-D polyline in its plane: a stroked path, or filled bands where it has width.
   void drawVertices(const std::vector<PlineVertex>& v, bool closed, double z, const DxGeMatrix3d& m,
                     const Pen& pen);
+  void drawPoint(const DxGePoint3d& p, const DxGeMatrix3d& m, const Pen& pen);
   void drawImage(DxDbRasterImage* img, const Context& ctx, const Pen& pen, bool wipeout);
   void drawUnknown(DxDbUnknownEntity* e, const Context& ctx, const Pen& pen);
   // The block an entity names in its group 2 (null when there is none).
@@ -196,6 +197,9 @@ class Renderer {
   bool m_black;
   double m_unitsPerMm;
   double m_ltscale = 1;
+  int m_pdmode = 0;
+  double m_pdsize = 0;
+  double m_areaHeight = 0;  // device height of the area being drawn
   DxDbObjectId m_layer0;
   std::unordered_map<dx::db::Stub*, LayerInfo> m_layers;
   std::unordered_set<dx::db::Stub*> m_vpFrozen;

@@ -73,8 +73,22 @@ struct TextPainter::Impl {
     cairo_save(cr);
     cairo_transform(cr, &frame);
     cairo_set_font_options(cr, options);
+    for (const Glyph& g : items) {
+      if (g.face) continue;
+      // Rules (fraction bars): a line a twentieth of the text height thick.
+      Rgb c = colorOf(g, color);
+      cairo_set_source_rgb(cr, c.r, c.g, c.b);
+      cairo_move_to(cr, g.x, g.y);
+      cairo_line_to(cr, g.x + g.advance * g.wf, g.y);
+      cairo_set_line_width(cr, g.cap * 0.05);
+      cairo_stroke(cr);
+    }
     size_t i = 0;
     while (i < items.size()) {
+      if (!items[i].face) {
+        ++i;
+        continue;
+      }
       // A run of glyphs that share face, size, shape and colour goes to cairo at once.
       size_t j = i;
       std::vector<cairo_glyph_t> run;

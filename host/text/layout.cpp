@@ -94,6 +94,11 @@ bool Layout::extents(DxGePoint3d& lo, DxGePoint3d& hi) const {
     hi.x = std::max(hi.x, p.x), hi.y = std::max(hi.y, p.y), hi.z = std::max(hi.z, p.z);
   };
   for (const Glyph& g : glyphs) {
+    if (!g.face) {
+      add(g.x, g.y);
+      add(g.x + g.advance * g.wf, g.y);
+      continue;
+    }
     // The pen cell from the baseline (or the ink below it) to the capitals (or the ink
     // above them), sheared by the oblique angle.
     double y0 = g.y + std::min(0.0, g.lo), y1 = g.y + std::max(g.cap, g.hi);
@@ -203,6 +208,43 @@ void layoutMText(const MTextParams& p, Layout& out) {
       if (cp == ' ' || wide) lastBreak = lines.back().glyphs.size();
     }
   };
+  // A stacked fraction "a/b" (a bar between), "a^b" (no bar, as tolerances) or "a#b"
+  // (diagonal): its parts at 70% of the height, above and below the middle of the line.
+  auto stackFraction = [&](const std::string& arg) {
+    size_t sep = arg.find_first_of("/^#");
+    std::u32string top = decode(arg.substr(0, sep)), bottom;
+    char kind = sep == std::string::npos ? '/' : arg[sep];
+    if (sep != std::string::npos) bottom = decode(arg.substr(sep + 1));
+    double H = cur.h, f = H * 0.7;
+    std::vector<Glyph> a, b;
+    double wa = place(top, cur.face, f, cur.wf, cur.oblique, cur.color, 0, 0, a);
+    double wb = place(bottom, cur.face, f, cur.wf, cur.oblique, cur.color, 0, 0, b);
+    double slash = 0;
+    std::vector<Glyph> s;
+    if (kind == '#') slash = place(U"/", cur.face, H, cur.wf, cur.oblique, cur.color, 0, 0, s);
+    double w = kind == '#' ? wa + slash + wb : std::max(wa, wb);
+    if (wrap > 0 && x + w > wrap * 1.001 && !lines.back().glyphs.empty()) newLine(x);
+    std::vector<Glyph>& line = lines.back().glyphs;
+    auto put = [&](std::vector<Glyph>& g, double dx, double y) {
+      for (Glyph& e : g) e.x += x + dx, e.y = y, line.push_back(e);
+    };
+    if (kind == '#') {
+      put(a, 0, H * 0.45);
+      put(s, wa, 0);
+      put(b, wa + slash, -H * 0.1);
+    } else {
+      put(a, (w - wa) / 2, H * 0.55);
+      put(b, (w - wb) / 2, -H * 0.45);
+      if (kind == '/') {
+        Glyph bar;
+        bar.x = x, bar.y = H * 0.4, bar.advance = w, bar.cap = H, bar.color = cur.color;
+        line.push_back(bar);
+      }
+    }
+    x += w;
+    lines.back().height = std::max(lines.back().height, H);
+    lastBreak = line.size();
+  };
   auto readArg = [&](size_t& i) {  // up to ';'
     std::string a;
     while (i < s.size() && s[i] != ';') a.push_back(char(s[i++]));
@@ -264,13 +306,7 @@ void layoutMText(const MTextParams& p, Layout& out) {
           std::string name = arg.substr(0, arg.find('|'));
           cur.face = code == 'f' ? faceFor("", name) : faceFor(name, "");
         } else if (code == 'S') {
-          // A stacked fraction shows as its two parts around a slash.
-          std::u32string frac;
-          for (char ch : arg) frac.push_back(ch == '^' || ch == '#' ? U'/' : char32_t(ch));
-          State keep = cur;
-          cur.h *= 0.7;
-          emit(frac);
-          cur = keep;
+          stackFraction(arg);
         }
         break;
       }
@@ -300,7 +336,7 @@ void layoutMText(const MTextParams& p, Layout& out) {
     double xShift = col == 0 ? 0 : col == 1 ? -w / 2 : -w;
     for (Glyph g : lines[li].glyphs) {
       g.x += xShift;
-      g.y = baseY[li] + yShift;
+      g.y += baseY[li] + yShift;
       out.glyphs.push_back(g);
     }
   }

@@ -19,6 +19,8 @@ struct Color {
   double r = 0, g = 0, b = 0;
 };
 
+// A placed glyph; one without a face is a rule (the bar of a stacked fraction): a line
+// from (x, y) along the baseline, advance * wf long.
 struct Glyph {
   Face* face = nullptr;
   unsigned index = 0;

@@ -119,6 +119,17 @@ class Geometry(PlotCase):
             self.assertGreater(box[3] - box[1], 0.6)  # letters, not a line
             self.assertGreater(box[0], start + 5.8)
 
+    def test_points_show_as_the_drawing_says(self):
+        doc = ezdxf.new("R2018")
+        doc.header["$PDMODE"] = 3  # a cross
+        doc.header["$PDSIZE"] = 2
+        doc.modelspace().add_point((10, 10))
+        pic = self.plot(self.save(doc))
+        self.assertTrue(pic.ink(10.7, 10.7) and pic.ink(9.3, 10.7))
+        self.assertFalse(pic.ink(10.9, 10, r=1))
+        doc.header["$PDMODE"] = 1  # nothing
+        self.assertFalse(self.plot(self.save(doc)).ink(10, 10))
+
     def test_polyline_widths_and_bulges(self):
         doc = ezdxf.new("R2018")
         msp = doc.modelspace()
@@ -264,12 +275,17 @@ class Text(PlotCase):
         # A box 6 units wide makes three lines of three words.
         msp.add_mtext("HHH HHH HHH", dxfattribs={"char_height": 1, "insert": (20, 28), "width": 6})
         msp.add_mtext("{\\C1;RED}", dxfattribs={"char_height": 2, "insert": (2, 10)})
+        msp.add_mtext("\\S1/2;", dxfattribs={"char_height": 2, "insert": (25, 6)})  # baseline at 4
         pic = self.plot(self.save(doc))
         two = pic.ink_box(1, 20, 15, 29)
         self.assertAlmostEqual(two[3] - two[1], 1 + 5 / 3, delta=0.3)
         wrapped = pic.ink_box(19, 15, 39, 29)
         self.assertLess(wrapped[2] - wrapped[0], 6)
         self.assertAlmostEqual(wrapped[3] - wrapped[1], 1 + 2 * 5 / 3, delta=0.3)
+        # A stacked fraction stands above and below the baseline, past the capitals' height.
+        frac = pic.ink_box(24, 1, 39, 9)
+        self.assertLess(frac[1], 4 - 0.6, frac)
+        self.assertGreater(frac[3], 4 + 2.2)
         red = pic.ink_box(1, 7, 15, 10.5)
         self.assertIsNotNone(red)
         self.assertTrue(any(r > 200 and g < 80 for r, g, b in pic.colours(2.2, 9, r=6)))
