@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <iostream>
 #include <map>
+#include <optional>
 
 #include "host/app/app.h"
 #include "host/console/readline_source.h"
@@ -54,34 +55,39 @@ bool readAll(std::istream& in, std::string& text) {
   return true;
 }
 
-}  // namespace
+// What the command line asks for.
+struct Args {
+  std::string drawing, outPath, version;
+  bool report = false, listCommands = false, recover = false;
+  std::vector<std::string> scripts, commands, modules, plots;
+  DxDbDwgVersion saveVersion = DxDb::kDHL_1032;
+  dx::plot::Options plot;
+  // Scripts (true) and one-liners (false) in the order they were given.
+  std::vector<bool> sourceOrder;
+};
 
-int main(int argc, char** argv) {
+// Reads the options; returns an exit status when the program should stop now.
+std::optional<int> parseArgs(int argc, char** argv, Args& a) {
   CLI::App app{"draxel: opens a drawing (DXF, ASCII or binary, R12 to R2018), runs commands from\n"
                "scripts, one-liners or the interactive command line, and saves it.",
                "draxel"};
-  std::string drawing, outPath, version;
-  bool report = false, listCommands = false, recover = false;
-  std::vector<std::string> scripts, commands, modules;
-  app.add_option("drawing", drawing, "drawing to open (a new drawing when absent)");
-  auto* scriptOpt = app.add_option("-s,--script", scripts, "run a script file (\"-\": standard input)");
-  auto* commandOpt = app.add_option("-c,--command", commands, "run a line of commands and answers");
-  app.add_option("-o,--output", outPath, "save the drawing to FILE at the end");
-  app.add_option("--version", version,
+  app.add_option("drawing", a.drawing, "drawing to open (a new drawing when absent)");
+  auto* scriptOpt = app.add_option("-s,--script", a.scripts, "run a script file (\"-\": standard input)");
+  auto* commandOpt = app.add_option("-c,--command", a.commands, "run a line of commands and answers");
+  app.add_option("-o,--output", a.outPath, "save the drawing to FILE at the end");
+  app.add_option("--version", a.version,
                  "file version to save: AC1014, AC1015, AC1018, AC1021, AC1024, AC1027 or AC1032\n"
                  "(default: the version the drawing was read in; AC1032 for new and R12 drawings)");
-  app.add_flag("--report", report, "print what the drawing holds at the end");
-  app.add_flag("--recover", recover,
+  app.add_flag("--report", a.report, "print what the drawing holds at the end");
+  app.add_flag("--recover", a.recover,
                "read a damaged drawing: skip what cannot be read, repair the rest, say what was fixed");
-  app.add_flag("--list-commands", listCommands,
+  app.add_flag("--list-commands", a.listCommands,
                "print every registered command: group, global name, local name, flags");
-  app.add_option("--load", modules, "load a module (.drx) before running");
-  std::vector<std::string> plots;
+  app.add_option("--load", a.modules, "load a module (.drx) before running");
   std::string plotSize, plotWindow, background = "white";
-  dx::plot::Options plotOpt;
-  app.add_option("--plot", plots,
+  app.add_option("--plot", a.plots,
                  "after the scripts, plot to FILE (.png, .svg or .pdf by its extension; repeatable)");
-  app.add_option("--layout", plotOpt.layout, "layout to plot (default: model space)");
+  app.add_option("--layout", a.plot.layout, "layout to plot (default: model space)");
   app.add_option("--size", plotSize, "plot size WxH, pixels for PNG, points for SVG/PDF (default 1600x1200)");
   app.add_option("--window", plotWindow, "area to plot x1,y1,x2,y2 (default: the drawing's extents)");
   app.add_option("--background", background, "plot background: white or black (default white)")
@@ -95,138 +101,161 @@ int main(int argc, char** argv) {
     std::fprintf(stderr, "draxel: %s (see draxel --help)\n", e.what());
     return 2;
   }
-  DxDbDwgVersion saveVersion = DxDb::kDHL_1032;
-  if (!version.empty() && !parseVersion(version, saveVersion)) {
-    std::fprintf(stderr, "draxel: unknown file version '%s'\n", version.c_str());
+  if (!a.version.empty() && !parseVersion(a.version, a.saveVersion)) {
+    std::fprintf(stderr, "draxel: unknown file version '%s'\n", a.version.c_str());
     return 2;
   }
-
-  if (!plotSize.empty() && !dx::plot::parseSize(plotSize, plotOpt.width, plotOpt.height)) {
+  if (!plotSize.empty() && !dx::plot::parseSize(plotSize, a.plot.width, a.plot.height)) {
     std::fprintf(stderr, "draxel: --size wants WxH, for example 1600x1200 (got '%s')\n", plotSize.c_str());
     return 2;
   }
   if (!plotWindow.empty()) {
-    if (!dx::plot::parseWindow(plotWindow, plotOpt.window)) {
+    if (!dx::plot::parseWindow(plotWindow, a.plot.window)) {
       std::fprintf(stderr, "draxel: --window wants x1,y1,x2,y2 with two different corners (got '%s')\n",
                    plotWindow.c_str());
       return 2;
     }
-    plotOpt.hasWindow = true;
+    a.plot.hasWindow = true;
   }
-  plotOpt.blackBackground = strcasecmp(background.c_str(), "black") == 0;
+  a.plot.blackBackground = strcasecmp(background.c_str(), "black") == 0;
+  for (CLI::Option* opt : app.parse_order())
+    if (opt == scriptOpt || opt == commandOpt) a.sourceOrder.push_back(opt == scriptOpt);
+  return std::nullopt;
+}
 
+// Opens the drawing in place of the blank one the session starts with, and loads the
+// modules (express.drx beside the program first, unless --load names one).
+bool openAndLoad(Args& a) {
   using namespace dx::ed;
   Session& s = Session::get();
   s.init();
-  if (!drawing.empty()) {
+  if (!a.drawing.empty()) {
     std::string err;
-    Document* doc = s.openDocument(drawing, err, recover);
+    Document* doc = s.openDocument(a.drawing, err, a.recover);
     if (!doc) {
       std::fprintf(stderr, "draxel: %s\n", err.c_str());
-      return 1;
+      return false;
     }
-    if (version.empty()) parseVersion(doc->database()->originalFileVersion(), saveVersion);
+    if (a.version.empty()) parseVersion(doc->database()->originalFileVersion(), a.saveVersion);
     Document* blank = s.current();
     s.setCurrent(doc);
     s.closeDocument(blank);
   }
   dx::app::registerAppCommands();
-  // express.drx beside the program comes first, unless --load names an express.drx.
   bool expressGiven = false;
-  for (auto& m : modules) expressGiven |= std::filesystem::path(m).filename() == "express.drx";
+  for (auto& m : a.modules) expressGiven |= std::filesystem::path(m).filename() == "express.drx";
   std::string besideUs = dx::app::programFolder() + "express.drx";
-  if (!expressGiven && std::filesystem::is_regular_file(besideUs)) modules.insert(modules.begin(), besideUs);
-  for (auto& m : modules) {
+  if (!expressGiven && std::filesystem::is_regular_file(besideUs)) a.modules.insert(a.modules.begin(), besideUs);
+  for (auto& m : a.modules) {
     std::string err;
     if (!dx::app::ModuleHost::get().load(m, err)) {
       std::fprintf(stderr, "draxel: %s\n", err.c_str());
-      return 1;
+      return false;
     }
   }
+  return true;
+}
 
-  if (listCommands) {
-    for (const DxEdCommand* c : dxedRegCmds()->commands())
-      std::printf("%s %s %s %s\n", c->group.c_str(), c->globalName.c_str(), c->localName.c_str(),
-                  hex(c->flags).c_str());
-    std::fflush(stdout);
-    std::_Exit(0);
-  }
-
-  // Scripts and one-liners run in the order they were given.
-  std::vector<std::unique_ptr<InputSource>> sources;
+// The scripts and one-liners as input sources, in the order given; false with a message
+// when a script cannot be read.
+bool inputSources(const Args& a, std::vector<std::unique_ptr<dx::ed::InputSource>>& sources) {
+  using namespace dx::ed;
   size_t si = 0, ci = 0;
-  for (CLI::Option* opt : app.parse_order()) {
-    if (opt == scriptOpt && si < scripts.size()) {
-      const std::string& path = scripts[si++];
-      if (path == "-") {
-        std::string text;
-        if (!readAll(std::cin, text)) {
-          std::fprintf(stderr, "draxel: the script on standard input has a line longer than 1 MiB\n");
-          return 1;
-        }
-        sources.push_back(std::make_unique<TextSource>(std::move(text), "stdin"));
-        continue;
-      }
-      std::string err;
-      auto src = openScript(path, err);
-      if (!src) {
-        std::fprintf(stderr, "draxel: %s\n", err.c_str());
-        return 1;
-      }
-      sources.push_back(std::move(src));
-    } else if (opt == commandOpt && ci < commands.size()) {
-      sources.push_back(std::make_unique<TextSource>(commands[ci++], "-c"));
+  for (bool isScript : a.sourceOrder) {
+    if (!isScript) {
+      if (ci < a.commands.size()) sources.push_back(std::make_unique<TextSource>(a.commands[ci++], "-c"));
+      continue;
     }
+    if (si >= a.scripts.size()) continue;
+    const std::string& path = a.scripts[si++];
+    if (path == "-") {
+      std::string text;
+      if (!readAll(std::cin, text)) {
+        std::fprintf(stderr, "draxel: the script on standard input has a line longer than 1 MiB\n");
+        return false;
+      }
+      sources.push_back(std::make_unique<TextSource>(std::move(text), "stdin"));
+      continue;
+    }
+    std::string err;
+    auto src = openScript(path, err);
+    if (!src) {
+      std::fprintf(stderr, "draxel: %s\n", err.c_str());
+      return false;
+    }
+    sources.push_back(std::move(src));
   }
-  // Without scripts: the keyboard when there is one, else nothing more to do.
-  bool interactive = sources.empty() && outPath.empty() && plots.empty() && !report && isatty(0);
+  return true;
+}
 
-  Driver driver;
-  for (auto it = sources.rbegin(); it != sources.rend(); ++it) driver.push(std::move(*it));
-  if (interactive) {
-    s.scripted = false;
-    driver.push(dx::console::makeReadlineSource());
-  }
-  int status = driver.run();
-  output().endLine();
-  std::fflush(stdout);
-  if (status != 0) {
-    std::fprintf(stderr, "draxel: stopped: %s%s\n", driver.failure().c_str(),
-                 outPath.empty() ? "" : ("; " + outPath + " was not written").c_str());
-    dx::app::ModuleHost::get().shutdown();
-    std::fflush(stderr);
-    std::_Exit(1);
-  }
+// After the scripts: the report, the plots and the save; the exit status.
+int finish(const Args& a) {
   int rc = 0;
-  Document* doc = s.current();
-  if (report && doc) std::fputs(dx::console::drawingReport(doc->database(), doc->fileName()).c_str(), stdout);
-  for (const std::string& plotPath : plots) {
+  dx::ed::Document* doc = dx::ed::Session::get().current();
+  if (a.report && doc) std::fputs(dx::console::drawingReport(doc->database(), doc->fileName()).c_str(), stdout);
+  for (const std::string& plotPath : a.plots) {
     std::string err;
     if (!doc) {
       std::fprintf(stderr, "draxel: no drawing to plot\n");
       rc = 1;
-    } else if (!dx::plot::plotToFile(doc->database(), plotPath, plotOpt, err)) {
+    } else if (!dx::plot::plotToFile(doc->database(), plotPath, a.plot, err)) {
       std::fprintf(stderr, "draxel: %s\n", err.c_str());
       rc = 1;
     }
   }
-  if (!outPath.empty()) {
-    if (!doc) {
-      std::fprintf(stderr, "draxel: no drawing to save\n");
-      rc = 1;
-    } else {
-      dx::app::ModuleHost::get().drawingSaving(doc);
-      if (doc->database()->saveAs(outPath.c_str(), saveVersion) != Dxad::eOk) {
-        std::fprintf(stderr, "draxel: cannot save '%s': %s\n", outPath.c_str(),
-                     doc->database()->lastError().c_str());
-        rc = 1;
-      }
-    }
+  if (a.outPath.empty()) return rc;
+  if (!doc) {
+    std::fprintf(stderr, "draxel: no drawing to save\n");
+    return 1;
   }
-  dx::app::ModuleHost::get().shutdown();
+  dx::app::ModuleHost::get().drawingSaving(doc);
+  if (doc->database()->saveAs(a.outPath.c_str(), a.saveVersion) != Dxad::eOk) {
+    std::fprintf(stderr, "draxel: cannot save '%s': %s\n", a.outPath.c_str(), doc->database()->lastError().c_str());
+    return 1;
+  }
+  return rc;
+}
+
+// Drawings and the session live to the end of the process (modules may still hold
+// references into them): the program leaves without tearing them down.
+[[noreturn]] void leave(int rc) {
   std::fflush(stdout);
   std::fflush(stderr);
-  // Drawings and the session live to the end of the process: modules may still hold
-  // references into them.
   std::_Exit(rc);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Args a;
+  if (auto rc = parseArgs(argc, argv, a)) return *rc;
+  if (!openAndLoad(a)) return 1;
+  if (a.listCommands) {
+    for (const DxEdCommand* c : dxedRegCmds()->commands())
+      std::printf("%s %s %s %s\n", c->group.c_str(), c->globalName.c_str(), c->localName.c_str(),
+                  hex(c->flags).c_str());
+    leave(0);
+  }
+  std::vector<std::unique_ptr<dx::ed::InputSource>> sources;
+  if (!inputSources(a, sources)) return 1;
+  // Without scripts: the keyboard when there is one, else nothing more to do.
+  bool interactive = sources.empty() && a.outPath.empty() && a.plots.empty() && !a.report && isatty(0);
+  dx::ed::Driver driver;
+  for (auto it = sources.rbegin(); it != sources.rend(); ++it) driver.push(std::move(*it));
+  if (interactive) {
+    dx::ed::Session::get().scripted = false;
+    driver.push(dx::console::makeReadlineSource());
+  }
+  int status = driver.run();
+  dx::ed::output().endLine();
+  std::fflush(stdout);
+  if (status != 0) {
+    std::fprintf(stderr, "draxel: stopped: %s%s\n", driver.failure().c_str(),
+                 a.outPath.empty() ? "" : ("; " + a.outPath + " was not written").c_str());
+    dx::app::ModuleHost::get().shutdown();
+    leave(1);
+  }
+  int rc = finish(a);
+  dx::app::ModuleHost::get().shutdown();
+  leave(rc);
 }
