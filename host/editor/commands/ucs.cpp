@@ -96,11 +96,124 @@ void viewDirection(DxGeVector3d& dir, double& twist) {
   if (dir.isZeroLength()) dir = DxGeVector3d::kZAxis;
 }
 
+
+// Each option either gives the next coordinate system (true) or ends the command,
+// having said why or done all it does (false).
+
+// Origin, then optionally a point on the X axis and one on the XY plane.
+bool ucsByPoints(const Ucs& before, const DxGePoint3d& origin, Ucs& next) {
+  next.origin = ucsToWorld(origin);
+  DxGePoint3d onX;
+  int rc = askPoint("\nSpecify point on X-axis or <Accept>: ", &origin, onX);
+  if (rc == RTCAN) return false;
+  if (rc != RTNORM) return true;
+  DxGeVector3d x = ucsToWorld(onX) - next.origin;
+  DxGeVector3d z = before.x.crossProduct(before.y).normal();
+  if (x.isZeroLength()) {
+    say("\nThe point is on the origin; the axes are kept.\n");
+    return true;
+  }
+  DxGePoint3d onXY;
+  rc = askPoint("\nSpecify point on the XY plane or <Accept>: ", &origin, onXY);
+  if (rc == RTCAN) return false;
+  // Three points: the plane through them, Y towards the third point.
+  if (rc == RTNORM) {
+    DxGeVector3d normal = x.crossProduct(ucsToWorld(onXY) - next.origin);
+    if (normal.length() < 1e-10 * x.length())
+      say("\nThe three points lie on one line; the XY plane is kept.\n");
+    else
+      z = normal;
+  }
+  if (!axesFrom(next.origin, x, z, next)) say("\nThe X axis is along the Z axis; the axes are kept.\n");
+  return true;
+}
+
+bool ucsByObject(const Ucs& before, Ucs& next) {
+  dx_name ent;
+  dx_point pick;
+  for (;;) {
+    int rc = dxedEntSel("\nSelect object to align UCS: ", ent, pick);
+    if (rc == RTNORM) break;
+    resbuf err{};
+    if (rc == RTERROR && dxedGetVar("ERRNO", &err) == RTNORM && err.resval.rint != 0) continue;
+    return false;
+  }
+  DxDbObjectId id;
+  dxdbGetObjectId(id, ent);
+  if (!alignToObject(id, ucsToWorld(DxGePoint3d(pick[0], pick[1], pick[2])), before, next)) {
+    say("\nCannot align the UCS to this object.\n");
+    return false;
+  }
+  return true;
+}
+
+bool ucsByView(const Ucs& before, Ucs& next) {
+  DxGeVector3d dir;
+  double twist;
+  viewDirection(dir, twist);
+  // X runs left to right on the screen: across the view from the world Z axis (the
+  // world X axis in a plan view), turned by the view's twist.
+  DxGeVector3d x = DxGeVector3d::kZAxis.crossProduct(dir);
+  if (x.length() < 1e-10) x = DxGeVector3d::kXAxis;
+  x = rotate(x.normal(), dir.normal(), -twist);
+  return axesFrom(before.origin, x, dir, next);
+}
+
+bool ucsRotated(const std::string& axisName, const Ucs& before, Ucs& next) {
+  double a = M_PI / 2;
+  dx_point zero = {0, 0, 0};
+  int rc = dxedGetOrient(zero, ("\nSpecify rotation angle about " + axisName + " axis <90>: ").c_str(), &a);
+  if (rc == RTCAN) return false;
+  if (rc == RTNONE) a = M_PI / 2;
+  DxGeVector3d z = before.x.crossProduct(before.y).normal();
+  DxGeVector3d axis = axisName == "X" ? before.x : axisName == "Y" ? before.y : z;
+  next.x = rotate(before.x, axis, a).normal();
+  next.y = rotate(before.y, axis, a).normal();
+  return true;
+}
+
+// Restore gives a saved system; Save stores the current one and ends.
+bool ucsNamed(const Ucs& before, Ucs& next) {
+  std::string opt;
+  if (askKeyword("\nEnter an option [Restore/Save]: ", "Restore Save", opt) != RTNORM) return false;
+  std::string name;
+  if (askString("\nEnter name of UCS: ", name) != RTNORM || name.empty()) return false;
+  DxDbDatabase* d = db();
+  if (opt == "Restore") {
+    DxDbObjectId id = findRecord(d->UCSTableId(), name);
+    Opened<DxDbUCSTableRecord> rec(id, DxDb::kForRead);
+    if (!rec) {
+      say("\nCannot find UCS \"" + name + "\".\n");
+      return false;
+    }
+    next.origin = rec->origin();
+    next.x = rec->xAxis().normal();
+    next.y = rec->yAxis().normal();
+    return true;
+  }
+  Opened<DxDbSymbolTable> table(d->UCSTableId(), DxDb::kForWrite);
+  if (!table) return false;
+  DxDbObjectId id;
+  if (table->getIdAt(name.c_str(), id) == Dxad::eOk) {
+    table.close();
+    Opened<DxDbUCSTableRecord> rec(id, DxDb::kForWrite);
+    if (rec) rec->setOrigin(before.origin), rec->setXAxis(before.x), rec->setYAxis(before.y);
+  } else {
+    auto* rec = new DxDbUCSTableRecord();
+    rec->setName(name.c_str());
+    rec->setOrigin(before.origin);
+    rec->setXAxis(before.x);
+    rec->setYAxis(before.y);
+    if (table->add(id, rec) == Dxad::eOk) rec->close();
+    else delete rec;
+  }
+  return false;
+}
+
 }  // namespace
 
 void cmdUcs() {
-  Session& s = session();
-  Document* doc = s.current();
+  Document* doc = session().current();
   if (!doc) return;
   Ucs before = doc->ucs;
   Ucs next = before;
@@ -110,60 +223,14 @@ void cmdUcs() {
                         "\nSpecify origin of UCS or [NAmed/OBject/Previous/View/World/X/Y/Z] <World>: ",
                     nullptr, origin, "NAmed OBject Previous View World X Y Z", &kw);
   if (rc == RTCAN) return;
-  if (rc == RTNONE || (rc == RTKWORD && kw == "World")) {
-    next = Ucs();
-  } else if (rc == RTNORM) {
-    next.origin = ucsToWorld(origin);
-    DxGePoint3d onX;
-    rc = askPoint("\nSpecify point on X-axis or <Accept>: ", &origin, onX);
-    if (rc == RTCAN) return;
-    if (rc == RTNORM) {
-      DxGeVector3d x = ucsToWorld(onX) - next.origin;
-      DxGeVector3d z = before.x.crossProduct(before.y).normal();
-      if (x.isZeroLength()) {
-        say("\nThe point is on the origin; the axes are kept.\n");
-      } else {
-        DxGePoint3d onXY;
-        rc = askPoint("\nSpecify point on the XY plane or <Accept>: ", &origin, onXY);
-        if (rc == RTCAN) return;
-        // Three points: the plane through them, Y towards the third point.
-        if (rc == RTNORM) {
-          DxGeVector3d normal = x.crossProduct(ucsToWorld(onXY) - next.origin);
-          if (normal.length() < 1e-10 * x.length())
-            say("\nThe three points lie on one line; the XY plane is kept.\n");
-          else
-            z = normal;
-        }
-        if (!axesFrom(next.origin, x, z, next)) say("\nThe X axis is along the Z axis; the axes are kept.\n");
-      }
-    }
-  } else if (kw == "OBject") {
-    dx_name ent;
-    dx_point pick;
-    for (;;) {
-      rc = dxedEntSel("\nSelect object to align UCS: ", ent, pick);
-      if (rc == RTNORM) break;
-      resbuf err{};
-      if (rc == RTERROR && dxedGetVar("ERRNO", &err) == RTNORM && err.resval.rint != 0) continue;
-      return;
-    }
-    DxDbObjectId id;
-    dxdbGetObjectId(id, ent);
-    if (!alignToObject(id, ucsToWorld(DxGePoint3d(pick[0], pick[1], pick[2])), before, next)) {
-      say("\nCannot align the UCS to this object.\n");
-      return;
-    }
-  } else if (kw == "View") {
-    DxGeVector3d dir;
-    double twist;
-    viewDirection(dir, twist);
-    // X runs left to right on the screen: across the view from the world Z axis (the
-    // world X axis in a plan view), turned by the view's twist.
-    DxGeVector3d x = DxGeVector3d::kZAxis.crossProduct(dir);
-    if (x.length() < 1e-10) x = DxGeVector3d::kXAxis;
-    x = rotate(x.normal(), dir.normal(), -twist);
-    if (!axesFrom(before.origin, x, dir, next)) return;
-  } else if (kw == "Previous") {
+  bool apply = true;
+  if (rc == RTNONE || (rc == RTKWORD && kw == "World")) next = Ucs();
+  else if (rc == RTNORM) apply = ucsByPoints(before, origin, next);
+  else if (kw == "OBject") apply = ucsByObject(before, next);
+  else if (kw == "View") apply = ucsByView(before, next);
+  else if (kw == "X" || kw == "Y" || kw == "Z") apply = ucsRotated(kw, before, next);
+  else if (kw == "NAmed") apply = ucsNamed(before, next);
+  else if (kw == "Previous") {
     if (doc->ucsPrevious.empty()) {
       say("\nNo previous UCS.\n");
       return;
@@ -171,52 +238,8 @@ void cmdUcs() {
     doc->ucs = doc->ucsPrevious.back();
     doc->ucsPrevious.pop_back();
     return;
-  } else if (kw == "X" || kw == "Y" || kw == "Z") {
-    double a = M_PI / 2;
-    dx_point zero = {0, 0, 0};
-    rc = dxedGetOrient(zero, ("\nSpecify rotation angle about " + kw + " axis <90>: ").c_str(), &a);
-    if (rc == RTCAN) return;
-    if (rc == RTNONE) a = M_PI / 2;
-    DxGeVector3d z = before.x.crossProduct(before.y).normal();
-    DxGeVector3d axis = kw == "X" ? before.x : kw == "Y" ? before.y : z;
-    next.x = rotate(before.x, axis, a).normal();
-    next.y = rotate(before.y, axis, a).normal();
-  } else if (kw == "NAmed") {
-    std::string opt;
-    if (askKeyword("\nEnter an option [Restore/Save]: ", "Restore Save", opt) != RTNORM) return;
-    std::string name;
-    if (askString("\nEnter name of UCS: ", name) != RTNORM || name.empty()) return;
-    DxDbDatabase* d = db();
-    if (opt == "Restore") {
-      DxDbObjectId id = findRecord(d->UCSTableId(), name);
-      Opened<DxDbUCSTableRecord> rec(id, DxDb::kForRead);
-      if (!rec) {
-        say("\nCannot find UCS \"" + name + "\".\n");
-        return;
-      }
-      next.origin = rec->origin();
-      next.x = rec->xAxis().normal();
-      next.y = rec->yAxis().normal();
-    } else {
-      Opened<DxDbSymbolTable> table(d->UCSTableId(), DxDb::kForWrite);
-      if (!table) return;
-      DxDbObjectId id;
-      if (table->getIdAt(name.c_str(), id) == Dxad::eOk) {
-        table.close();
-        Opened<DxDbUCSTableRecord> rec(id, DxDb::kForWrite);
-        if (rec) rec->setOrigin(before.origin), rec->setXAxis(before.x), rec->setYAxis(before.y);
-      } else {
-        auto* rec = new DxDbUCSTableRecord();
-        rec->setName(name.c_str());
-        rec->setOrigin(before.origin);
-        rec->setXAxis(before.x);
-        rec->setYAxis(before.y);
-        if (table->add(id, rec) == Dxad::eOk) rec->close();
-        else delete rec;
-      }
-      return;
-    }
   }
+  if (!apply) return;
   auto finite = [](const DxGeVector3d& v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); };
   if (!finite(next.origin.asVector()) || !finite(next.x) || !finite(next.y) || next.x.isZeroLength() ||
       next.y.isZeroLength()) {
