@@ -345,6 +345,28 @@ DatabaseImpl::~DatabaseImpl() {
     delete s.obj;
     s.obj = nullptr;
   }
+  for (auto& stubs : m_adopted)
+    for (Stub& s : stubs) {
+      delete s.obj;
+      s.obj = nullptr;
+    }
+}
+
+void DatabaseImpl::adopt(DatabaseImpl& source) {
+  // Moving a deque keeps its elements where they are, so every id stays valid.
+  std::deque<Stub>& stubs = m_adopted.emplace_back(std::move(source.m_stubs));
+  source.m_stubs.clear();
+  source.m_byHandle.clear();
+  source.m_open.clear();
+  m_byHandle.reserve(m_byHandle.size() + stubs.size());
+  for (Stub& s : stubs) {
+    s.db = this;
+    s.journalGen = 0;
+    s.handle = 0;
+    if (!s.obj) continue;  // a name a file used for nothing
+    assignHandle(&s);
+    noteCreated(&s);
+  }
 }
 
 Stub* DatabaseImpl::stubFor(uint64_t handle) {
@@ -400,8 +422,7 @@ DxDbObjectId DatabaseImpl::attach(DxDbObject* obj, Stub* stub) {
 
 size_t DatabaseImpl::objectCount() const {
   size_t n = 0;
-  for (const Stub& s : m_stubs)
-    if (s.obj && !s.erased) ++n;
+  forEachStub([&](const Stub& s) { n += s.obj && !s.erased; });
   return n;
 }
 

@@ -73,7 +73,13 @@ class DatabaseImpl {
   template <class F>
   void forEachStub(F&& f) const {
     for (const Stub& s : m_stubs) f(const_cast<Stub&>(s));
+    for (const auto& stubs : m_adopted)
+      for (const Stub& s : stubs) f(const_cast<Stub&>(s));
   }
+  // Takes every object of another database over as it stands, each under a new handle
+  // of this one (references among them stay as they were). source is left empty: the
+  // caller puts the objects where they belong.
+  void adopt(DatabaseImpl& source);
 
   // Standard containers -------------------------------------------------------------
   DxDbObjectId tables[10];  // indexed by Table
@@ -144,6 +150,7 @@ class DatabaseImpl {
   void noteHeaderWrite();
   DxDbDatabase* m_owner;
   std::deque<Stub> m_stubs;
+  std::vector<std::deque<Stub>> m_adopted;  // stubs taken over from other databases
   std::unordered_map<uint64_t, Stub*> m_byHandle;
   uint64_t m_nextHandle = 1;
   uint64_t m_lowFree = 1;  // where the search for a free handle below the top resumes

@@ -196,8 +196,16 @@ class Writer {
     emitObject(*tab, m_sink);
     for (const DxDbObjectId& id : Access::records(const_cast<DxDbSymbolTable&>(*tab)))
       if (DxDbObject* r = liveObjectOf(id))
-        if (!Access::implicit(static_cast<DxDbSymbolTableRecord&>(*r))) emitObject(*r, m_sink);
+        if (!Access::implicit(static_cast<DxDbSymbolTableRecord&>(*r)) && !rebuiltOnLoad(*r))
+          emitObject(*r, m_sink);
     m_w.str(0, "ENDTAB");
+  }
+
+  // Anonymous blocks of an external reference (dimension pictures) are made afresh each
+  // time it loads; nothing written refers to them.
+  static bool rebuiltOnLoad(const DxDbObject& o) {
+    auto* b = DxRxObject::cast<DxDbBlockTableRecord>(&o);
+    return b && (b->blockFlags() & 17) == 17;
   }
 
   void entity(const DxDbObject& e) {
@@ -241,9 +249,10 @@ class Writer {
     if (!tab) return;
     for (const DxDbObjectId& id : Access::records(const_cast<DxDbSymbolTable&>(*tab))) {
       auto* btr = DxRxObject::cast<DxDbBlockTableRecord>(liveObjectOf(id));
-      if (!btr) continue;
+      if (!btr || rebuiltOnLoad(*btr)) continue;
       if (DxDbObject* b = liveObjectOf(Access::blockBegin(*btr))) emitObject(*b, m_sink);
-      if (id != m_db.modelSpace && id != m_db.paperSpace)
+      // What an external reference brings is read from its file, not kept in ours.
+      if (id != m_db.modelSpace && id != m_db.paperSpace && !(btr->blockFlags() & (4 | 16)))
         for (const DxDbObjectId& eid : Access::entities(*btr))
           if (DxDbObject* e = liveObjectOf(eid)) entity(*e);
       if (DxDbObject* e = liveObjectOf(Access::blockEnd(*btr))) emitObject(*e, m_sink);

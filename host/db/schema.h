@@ -239,6 +239,7 @@ struct Access {
   static DxDbObjectIdArray& groupEntities(DxDbGroup& g) { return g.m_entities; }
   // Direct field access for the host's own bookkeeping (no open checks, no journal).
   static DxDbObjectId& layer(DxDbEntity& e) { return e.m_layer; }
+  static DxDbObjectId& linetype(DxDbEntity& e) { return e.m_linetype; }
   static std::string& dimBlockName(DxDbDimension& d) { return d.m_blockName; }
   static std::string& layoutName(DxDbLayout& l) { return l.m_name; }
   static DxDbObjectId& layoutBlock(DxDbLayout& l) { return l.m_block; }

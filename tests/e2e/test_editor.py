@@ -30,6 +30,29 @@ def same_drawing(a, b):
     return r.returncode == 0, r.stdout + r.stderr
 
 
+class Console:
+    """draxel on a drawing in a pseudo-terminal, as a user at the keyboard runs it."""
+
+    def __init__(self, drawing, cwd=None):
+        self.pid, self.fd = pty.fork()
+        if self.pid == 0:
+            if cwd:
+                os.chdir(cwd)
+            os.execv(DRAXEL, [DRAXEL, drawing])
+        self.seen = b""
+
+    def wait_for(self, text, timeout=20):
+        """Whether text has been shown, reading what comes for at most timeout seconds."""
+        end = time.time() + timeout
+        while text.encode() not in self.seen and time.time() < end:
+            if select.select([self.fd], [], [], 0.2)[0]:
+                try:
+                    self.seen += os.read(self.fd, 4096)
+                except OSError:
+                    break
+        return text.encode() in self.seen
+
+
 class Drawing(unittest.TestCase):
     def setUp(self):
         self.tmpdir = tempfile.TemporaryDirectory()
@@ -499,34 +522,20 @@ class CommandLine(Drawing):
         self.assertEqual(self.types(out), ["LINE", "LINE"])
 
     def test_interactive_session_in_a_pseudo_terminal(self):
-        pid, fd = pty.fork()
-        if pid == 0:
-            os.execv(DRAXEL, [DRAXEL, self.base])
-        seen = b""
-
-        def wait_for(text, timeout=20):
-            nonlocal seen
-            end = time.time() + timeout
-            while text.encode() not in seen and time.time() < end:
-                ready, _, _ = select.select([fd], [], [], 0.2)
-                if ready:
-                    try:
-                        seen += os.read(fd, 4096)
-                    except OSError:
-                        break
-            return text.encode() in seen
-
-        self.assertTrue(wait_for("Command: "), seen)
+        console = Console(self.base)
+        fd, wait_for = console.fd, console.wait_for
+        self.assertTrue(wait_for("Command: "), console.seen)
         os.write(fd, b"LINE 0,0\r")
-        self.assertTrue(wait_for("Specify next point or [Undo]: "), seen)
+        self.assertTrue(wait_for("Specify next point or [Undo]: "), console.seen)
         os.write(fd, b"5,5\r\r")
         os.write(fd, b"CMDECHO\r")
-        self.assertTrue(wait_for("Enter new value for CMDECHO <1>: "), seen)
+        self.assertTrue(wait_for("Enter new value for CMDECHO <1>: "), console.seen)
         os.write(fd, b"\rQUIT\r")
-        self.assertTrue(wait_for("Save changes to"), seen)
+        self.assertTrue(wait_for("Save changes to"), console.seen)
         os.write(fd, b"N\r")
-        _, status = os.waitpid(pid, 0)
+        _, status = os.waitpid(console.pid, 0)
         os.close(fd)
+        seen = console.seen
         self.assertEqual(os.WEXITSTATUS(status), 0, seen)
         self.assertIn(b"Specify first point: 0,0", seen)  # typed ahead: echoed
         self.assertIn(b"LINE 0,0", seen)                  # the terminal's own echo

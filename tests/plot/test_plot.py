@@ -234,6 +234,25 @@ class Geometry(PlotCase):
         self.assertFalse(pic.ink(14, 12, r=10))
 
 
+    def test_external_reference_draws_its_file_in_place(self):
+        part = ezdxf.new("R2018")
+        part.modelspace().add_line((0, 0), (5, 0))
+        part.modelspace().add_circle((5, 5), 1)
+        self.save(part, "part.dxf")
+        doc = ezdxf.new("R2018")
+        doc.add_xref_def("part.dxf", "part")
+        doc.add_xref_def("gone.dxf", "gone")
+        doc.modelspace().add_blockref("part", (10, 10), dxfattribs={"xscale": 2, "yscale": 2})
+        doc.modelspace().add_blockref("gone", (30, 20))
+        pic = self.plot(self.save(doc))
+        # The line runs from 10,10 to 20,10; the circle's centre is 20,20, radius 2.
+        for x in (11, 15, 19):
+            self.assertTrue(pic.ink(x, 10, r=1), x)
+        self.assertTrue(pic.ink(22, 20, r=1))
+        self.assertFalse(pic.ink(20, 20, r=10))
+        self.assertFalse(pic.ink(5, 10, r=20))
+
+
 class Text(PlotCase):
     def test_japanese_text_has_ink_where_its_glyphs_stand(self):
         doc = ezdxf.new("R2018")

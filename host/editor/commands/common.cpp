@@ -178,6 +178,7 @@ void registerHostCommands(DxEdCommandStack* stack) {
       {"-LAYER", kModal, cmd::cmdLayer},
       {"-IMAGE", kModal, cmd::cmdImage},
       {"IMAGECLIP", kUsePickSet, cmd::cmdImageClip},
+      {"-XREF", kModal, cmd::cmdXref},
       {"WIPEOUT", kModal, cmd::cmdWipeout},
       {"-GROUP", kModal, cmd::cmdGroup},
       {"DRAWORDER", kUsePickSet, cmd::cmdDrawOrder},

@@ -25,6 +25,15 @@ std::string recordName(DxDbObjectId id);
 bool parseColor(const std::string& s, DxCmColor& c);
 // The outline of a polyline in world points, arcs replaced by chords.
 std::vector<DxGePoint3d> polylineOutline(const DxDbPolyline& pl);
+// Where a block or external reference goes: the point (UCS), scale and rotation (world).
+struct Placement {
+  DxGePoint3d at;
+  DxGeVector3d scale{1, 1, 1};
+  double rotation = 0;
+};
+// "Specify insertion point or [Scale/X/Y/Z/Rotate]:", then the scales and rotation not
+// given there. RTNORM, or RTCAN when cancelled.
+int askPlacement(Placement& p);
 // "1 (red)", "30".
 std::string colorText(const DxCmColor& c);
 
@@ -56,5 +65,6 @@ void cmdWipeout();
 void cmdGroup();
 void cmdDrawOrder();
 void cmdXclip();
+void cmdXref();
 
 }  // namespace dx::ed::cmd

@@ -56,6 +56,60 @@ DxDbObjectId blockFor(const std::string& answer) {
 
 }  // namespace
 
+int askPlacement(Placement& p) {
+  Document* doc = session().current();
+  if (!doc) return RTCAN;
+  DxGeVector3d& scale = p.scale;
+  double& rotation = p.rotation;
+  DxGePoint3d& at = p.at;
+  bool scaleGiven = false, rotationGiven = false;
+  for (;;) {
+    std::string kw;
+    int rc = askPoint("\nSpecify insertion point or [Scale/X/Y/Z/Rotate]: ", nullptr, at,
+                      "Scale X Y Z Rotate", &kw);
+    if (rc == RTNORM) break;
+    if (rc != RTKWORD) return RTCAN;
+    if (kw == "Rotate") {
+      if (askAngle("\nSpecify rotation angle <0>: ", nullptr, rotation) == RTCAN) return RTCAN;
+      rotationGiven = true;
+      continue;
+    }
+    double f = 1;
+    dxedInitGet(RSG_NOZERO, nullptr);
+    std::string prompt = kw == "Scale" ? "\nSpecify scale factor for XYZ axes <1>: "
+                                       : "\nSpecify " + kw + " scale factor <1>: ";
+    rc = dxedGetReal(prompt.c_str(), &f);
+    if (rc == RTCAN) return RTCAN;
+    if (rc == RTNONE) f = 1;
+    if (kw == "Scale") scale = {f, f, f};
+    else if (kw == "X") scale.x = f;
+    else if (kw == "Y") scale.y = f;
+    else scale.z = f;
+    scaleGiven = true;
+  }
+  if (!scaleGiven) {
+    double sx = 1;
+    dxedInitGet(RSG_NOZERO, nullptr);
+    int rc = dxedGetReal("\nEnter X scale factor <1>: ", &sx);
+    if (rc == RTCAN) return RTCAN;
+    if (rc == RTNONE) sx = 1;
+    double sy = sx;
+    dxedInitGet(RSG_NOZERO, nullptr);
+    rc = dxedGetReal("\nEnter Y scale factor <use X scale factor>: ", &sy);
+    if (rc == RTCAN) return RTCAN;
+    if (rc == RTNONE) sy = sx;
+    scale = {sx, sy, sx};
+  }
+  if (!rotationGiven) {
+    int rc = askAngle("\nSpecify rotation angle <0>: ", &at, rotation);
+    if (rc == RTCAN) return RTCAN;
+    if (rc == RTNONE) rotation = 0;
+  }
+  // The UCS's rotation in the world's XY plane turns the reference as well.
+  rotation += std::atan2(doc->ucs.x.y, doc->ucs.x.x);
+  return RTNORM;
+}
+
 void cmdInsert() {
   Session& s = session();
   Document* doc = s.current();
@@ -82,58 +136,11 @@ void cmdInsert() {
   std::string blockName = recordName(block);
   doc->lastBlockName = blockName;
 
-  DxGeVector3d scale(1, 1, 1);
-  bool scaleGiven = false, rotationGiven = false;
-  double rotation = 0;
-  DxGePoint3d at;
-  for (;;) {
-    std::string kw;
-    int rc = askPoint("\nSpecify insertion point or [Scale/X/Y/Z/Rotate]: ", nullptr, at,
-                      "Scale X Y Z Rotate", &kw);
-    if (rc == RTNORM) break;
-    if (rc != RTKWORD) return;
-    if (kw == "Rotate") {
-      if (askAngle("\nSpecify rotation angle <0>: ", nullptr, rotation) == RTCAN) return;
-      rotationGiven = true;
-      continue;
-    }
-    double f = 1;
-    dxedInitGet(RSG_NOZERO, nullptr);
-    std::string p = kw == "Scale" ? "\nSpecify scale factor for XYZ axes <1>: "
-                                  : "\nSpecify " + kw + " scale factor <1>: ";
-    rc = dxedGetReal(p.c_str(), &f);
-    if (rc == RTCAN) return;
-    if (rc == RTNONE) f = 1;
-    if (kw == "Scale") scale = {f, f, f};
-    else if (kw == "X") scale.x = f;
-    else if (kw == "Y") scale.y = f;
-    else scale.z = f;
-    scaleGiven = true;
-  }
-  if (!scaleGiven) {
-    double sx = 1;
-    dxedInitGet(RSG_NOZERO, nullptr);
-    int rc = dxedGetReal("\nEnter X scale factor <1>: ", &sx);
-    if (rc == RTCAN) return;
-    if (rc == RTNONE) sx = 1;
-    double sy = sx;
-    dxedInitGet(RSG_NOZERO, nullptr);
-    rc = dxedGetReal("\nEnter Y scale factor <use X scale factor>: ", &sy);
-    if (rc == RTCAN) return;
-    if (rc == RTNONE) sy = sx;
-    scale = {sx, sy, sx};
-  }
-  if (!rotationGiven) {
-    int rc = askAngle("\nSpecify rotation angle <0>: ", &at, rotation);
-    if (rc == RTCAN) return;
-    if (rc == RTNONE) rotation = 0;
-  }
-  // The UCS's rotation in the world's XY plane turns the reference as well.
-  rotation += std::atan2(doc->ucs.x.y, doc->ucs.x.x);
-
-  auto* ref = new DxDbBlockReference(ucsToWorld(at), block);
-  ref->setScaleFactors(scale);
-  ref->setRotation(rotation);
+  Placement place;
+  if (askPlacement(place) != RTNORM) return;
+  auto* ref = new DxDbBlockReference(ucsToWorld(place.at), block);
+  ref->setScaleFactors(place.scale);
+  ref->setRotation(place.rotation);
   ref->setDatabaseDefaults(d);
   // Attribute values are asked for before the reference goes into the drawing.
   std::vector<std::pair<DxDbObjectId, std::string>> values;

@@ -1,4 +1,5 @@
 #include "host/editor/core/session.h"
+#include "host/editor/core/xref.h"
 
 #include <algorithm>
 #include <cstring>
@@ -106,6 +107,7 @@ Document* Session::openDocument(const std::string& path, std::string& error, boo
   if (recover)
     output().message("\n" + fs::path(path).filename().string() + ": recovered, " + std::to_string(repairs.size()) +
                      (repairs.size() == 1 ? " repair" : " repairs") + ".\n");
+  resolveXrefs(db.get(), path);
   m_docs.push_back(std::make_unique<Document>(std::move(db), fs::absolute(path).string()));
   Document* doc = m_docs.back().get();
   for (auto* r : std::vector(docReactors)) r->documentCreated(doc);
