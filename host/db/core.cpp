@@ -356,17 +356,27 @@ void DatabaseImpl::adopt(DatabaseImpl& source) {
   // Moving a deque keeps its elements where they are, so every id stays valid.
   std::deque<Stub>& stubs = m_adopted.emplace_back(std::move(source.m_stubs));
   source.m_stubs.clear();
-  source.m_byHandle.clear();
   source.m_open.clear();
   m_byHandle.reserve(m_byHandle.size() + stubs.size());
+  if (m_journalOn) m_journal.reserve(m_journal.size() + stubs.size());
   for (Stub& s : stubs) {
+    // The source's index entry moves over under the new handle (no node is made anew).
+    auto node = source.m_byHandle.extract(s.handle);
     s.db = this;
     s.journalGen = 0;
     s.handle = 0;
     if (!s.obj) continue;  // a name a file used for nothing
-    assignHandle(&s);
+    s.handle = freeHandle();
+    noteHandle(s.handle);
+    if (node) {
+      node.key() = s.handle;
+      m_byHandle.insert(std::move(node));
+    } else {
+      m_byHandle[s.handle] = &s;
+    }
     noteCreated(&s);
   }
+  source.m_byHandle.clear();
 }
 
 Stub* DatabaseImpl::stubFor(uint64_t handle) {

@@ -153,30 +153,37 @@ class Adoption {
   // Points an entity (and its attributes or vertices) at the drawing's records; false
   // for one that is left out.
   bool keep(DxDbObjectId id, DxDbObjectId owner) {
-    auto* e = DxRxObject::cast<DxDbEntity>(liveObjectOf(id));
-    if (!e) return false;
-    if (auto* ref = DxRxObject::cast<DxDbBlockReference>(e)) {
+    // Block lists hold entities only; every one of a big drawing passes here, so the
+    // class is looked at once rather than cast to each kind in turn.
+    DxDbObject* o = liveObjectOf(id);
+    if (!o) return false;
+    auto* e = static_cast<DxDbEntity*>(o);
+    const DxRxClass* cls = o->isA();
+    if (cls == DxDbBlockReference::desc()) {
+      auto* ref = static_cast<DxDbBlockReference*>(o);
       Stub* block = ref->blockTableRecord().stub();
       if (std::find(m_overlays.begin(), m_overlays.end(), block) != m_overlays.end()) return false;
       for (DxDbObjectId a : Access::attribs(*ref)) fix(a);
       fix(Access::seqend(*ref));
-    } else if (auto* pl = DxRxObject::cast<DxDbPolylineHeavy>(e)) {
+    } else if (cls == DxDbPolylineHeavy::desc()) {
+      auto* pl = static_cast<DxDbPolylineHeavy*>(o);
       for (DxDbObjectId v : Access::vertices(*pl)) fix(v);
       fix(Access::seqend(*pl));
-    } else if (auto* dim = DxRxObject::cast<DxDbDimension>(e)) {
-      std::string& shown = Access::dimBlockName(*dim);
+    } else if (cls->myParent() == DxDbDimension::desc() || cls == DxDbDimension::desc()) {
+      std::string& shown = Access::dimBlockName(*static_cast<DxDbDimension*>(o));
       if (auto it = m_renamed.find(upperKey(shown)); it != m_renamed.end()) shown = it->second;
     }
     Access::owner(*e) = owner;
-    fix(id);
+    fix(*e);
     return true;
   }
 
   void fix(DxDbObjectId id) {
-    auto* e = DxRxObject::cast<DxDbEntity>(liveObjectOf(id));
-    if (!e) return;
-    Access::layer(*e) = redirected(Access::layer(*e));
-    Access::linetype(*e) = redirected(Access::linetype(*e));
+    if (auto* e = DxRxObject::cast<DxDbEntity>(liveObjectOf(id))) fix(*e);
+  }
+  void fix(DxDbEntity& e) {
+    Access::layer(e) = redirected(Access::layer(e));
+    Access::linetype(e) = redirected(Access::linetype(e));
   }
 
   dx::db::DatabaseImpl& m_host;
