@@ -2,47 +2,28 @@
 """breakline as a user runs it: draxel with express.drx, the shipped break symbol drawing,
 a private user profile, scripts answering every prompt; the drawing read back with ezdxf.
 
-Environment: DRAXEL, EXPRESS (express.drx).
+Environment: DRAXEL, DX_MODULE (express.drx).
 """
 
 import math
-import os
-import subprocess
-import tempfile
 import unittest
 
 import ezdxf
-from ezdxf.math import Matrix44, Vec3
+from ezdxf.math import Vec3
 
-DRAXEL = os.environ.get("DRAXEL", "draxel")
-EXPRESS = os.environ.get("EXPRESS", "express.drx")
+from draxeltest import MODULE, DraxelTest
 
 
-class BreakLine(unittest.TestCase):
+class BreakLine(DraxelTest):
+    module = MODULE
+
     def setUp(self):
-        self.tmpdir = tempfile.TemporaryDirectory()
-        self.tmp = self.tmpdir.name
-        self.appdir = os.path.join(self.tmp, "app")
-        os.makedirs(self.appdir)
-        self.profile = os.path.join(self.appdir, "profile.ini")
-        self.drawing = os.path.join(self.tmp, "in.dxf")
+        super().setUp()
+        self.drawing = self.path("in.dxf")
         ezdxf.new("R2018").saveas(self.drawing)
 
-    def tearDown(self):
-        self.tmpdir.cleanup()
-
     def run_script(self, text):
-        scr = os.path.join(self.tmp, "run.scr")
-        with open(scr, "w") as f:
-            f.write(text)
-        out = os.path.join(self.tmp, "out.dxf")
-        env = dict(os.environ, DRAXEL_APPDIR=self.appdir, DRAXEL_PROFILE=self.profile)
-        r = subprocess.run([DRAXEL, self.drawing, "--load", EXPRESS, "-s", scr, "-o", out],
-                           capture_output=True, text=True, timeout=300, env=env, cwd=self.tmp)
-        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
-        self.assertNotIn("open", r.stderr.lower(), r.stderr)
-        self.stdout = r.stdout
-        return ezdxf.readfile(out)
+        return super().run_script(self.drawing, text)
 
     def parts(self, doc):
         msp = doc.modelspace()
@@ -114,7 +95,7 @@ class BreakLine(unittest.TestCase):
         sym.modelspace().add_lwpolyline([(0, 0), (1, 2), (3, -2), (4, 0)])
         for x in (0, 4):
             sym.modelspace().add_point((x, 0), dxfattribs={"layer": "MARKS"})
-        sym.saveas(os.path.join(self.tmp, "zig.dxf"))
+        sym.saveas(self.path("zig.dxf"))
         doc = self.run_script('MEASUREMENT 1\nFILEDIA 0\nBREAKLINE B zig.dxf P E 1 0,0 100,0 ""\n')
         with open(self.profile) as f:
             self.assertIn("DXET.BREAKLINE-BLOCK=STR_zig.dxf", f.read())

@@ -3,22 +3,15 @@
 and on the shared multi_insert_with_attribs.dxf; results read back with ezdxf, undo
 checked with dxfcompare.
 
-Environment: DRAXEL, EXPRESS (express.drx), DX_TOOLS (tests/tools), DX_SHARED_DATA.
+Environment: DRAXEL, DX_MODULE (express.drx), DX_SHARED_DATA.
 """
 
 import math
-import os
-import subprocess
-import sys
-import tempfile
 import unittest
 
 import ezdxf
 
-DRAXEL = os.environ.get("DRAXEL", "draxel")
-EXPRESS = os.environ.get("EXPRESS", "express.drx")
-TOOLS = os.environ.get("DX_TOOLS", os.path.join(os.path.dirname(__file__), "..", "tools"))
-SHARED = os.environ.get("DX_SHARED_DATA", "")
+from draxeltest import MODULE, DraxelTest, shared
 
 BYBLOCK, BYLAYER = 0, 256
 
@@ -27,12 +20,13 @@ def close(a, b, tol=1e-9):
     return all(math.isclose(x, y, rel_tol=tol, abs_tol=tol) for x, y in zip(a, b))
 
 
-class BurstDrawing(unittest.TestCase):
+class BurstDrawing(DraxelTest):
     """Block PART, referenced with each kind of inherited property, and a runner."""
 
+    module = MODULE
+
     def setUp(self):
-        self.tmpdir = tempfile.TemporaryDirectory()
-        self.tmp = self.tmpdir.name
+        super().setUp()
         doc = ezdxf.new("R2018", setup=True)
         doc.layers.add("REFS", color=5)
         doc.layers.add("L2", color=3)
@@ -56,12 +50,6 @@ class BurstDrawing(unittest.TestCase):
         self.msp = doc.modelspace()
         self.refs = {}
 
-    def tearDown(self):
-        self.tmpdir.cleanup()
-
-    def path(self, name):
-        return os.path.join(self.tmp, name)
-
     def reference(self, label, x, rotation=0.0, **attribs):
         """A PART reference at (x, 0) with its three attributes."""
         ref = self.msp.add_blockref("PART", (x, 0), dxfattribs=dict(rotation=rotation, **attribs))
@@ -69,31 +57,13 @@ class BurstDrawing(unittest.TestCase):
         self.refs[label] = ref.dxf.handle
         return ref
 
-    def run_script(self, text, drawing=None, out="out.dxf"):
+    def run_script(self, text, drawing=None):
         if drawing is None:
             drawing = self.path("in.dxf")
             self.doc.saveas(drawing)
         self.drawing = drawing
-        scr = self.path("run.scr")
-        with open(scr, "w") as f:
-            f.write(text)
-        out = self.path(out)
-        r = subprocess.run([DRAXEL, drawing, "--load", EXPRESS, "-s", scr, "-o", out],
-                           capture_output=True, text=True, timeout=300)
-        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
-        self.out = out
-        return r, ezdxf.readfile(out)
-
-    def same_drawing(self, a, b):
-        r = subprocess.run([sys.executable, os.path.join(TOOLS, "dxfcompare.py"), a, b],
-                           capture_output=True, text=True, timeout=300)
-        return r.returncode == 0, r.stdout + r.stderr
-
-    def roundtrip(self):
-        rt = self.path("roundtrip.dxf")
-        r = subprocess.run([DRAXEL, self.drawing, "-o", rt], capture_output=True, text=True, timeout=300)
-        self.assertEqual(r.returncode, 0, r.stderr)
-        return rt
+        doc = super().run_script(drawing, text)
+        return self.result, doc
 
     @staticmethod
     def near(doc, x, kind):
@@ -190,8 +160,7 @@ class BurstsEveryKindOfReference(BurstDrawing):
         self.reference("R1", 0, layer="REFS", color=2, linetype="DASHED")
         self.reference("R2", 100, layer="REFS")
         r, doc = self.run_script('BURST ALL ""\nU\n')
-        ok, diff = self.same_drawing(self.roundtrip(), self.out)
-        self.assertTrue(ok, diff)
+        self.assertSameDrawing(self.roundtrip(self.drawing), self.out)
         self.assertEqual(len(doc.modelspace().query("INSERT[name=='PART']")), 2)
 
 
@@ -216,8 +185,7 @@ class LeavesAlone(BurstDrawing):
     def test_empty_selection_changes_nothing(self):
         self.reference("R1", 0, layer="REFS")
         r, doc = self.run_script('BURST W 1000,1000 1010,1010 ""\n')
-        ok, diff = self.same_drawing(self.roundtrip(), self.out)
-        self.assertTrue(ok, diff)
+        self.assertSameDrawing(self.roundtrip(self.drawing), self.out)
 
     def test_external_and_unexplodable_blocks_are_reported_and_kept(self):
         self.doc.add_xref_def("elsewhere.dxf", "OUTSIDE")
@@ -232,17 +200,6 @@ class LeavesAlone(BurstDrawing):
         self.assertIn("cannot be exploded", r.stdout)
         names = sorted(e.dxf.name for e in doc.modelspace().query("INSERT"))
         self.assertEqual(names, ["FIXED", "INNER", "OUTSIDE"])   # R1 was still burst
-
-    def test_reference_outside_the_current_space_is_counted_and_kept(self):
-        self.reference("R1", 0, layer="REFS")
-        paper = self.doc.layouts.get("Layout1")
-        far = paper.add_blockref("PART", (0, 0))
-        r, doc = self.run_script(f'BURST #{self.refs["R1"]} #{far.dxf.handle} ""\n')
-        if "2 objects selected, 1 of them" not in r.stdout:
-            self.skipTest("draxel does not select objects of another space by handle")
-        self.assertEqual(len(doc.layouts.get("Layout1").query("INSERT")), 1)
-        self.assertEqual(len(doc.modelspace().query("INSERT[name=='PART']")), 0)
-
 
 class MultilineAttributes(BurstDrawing):
     def test_multiline_attribute_becomes_multiline_text(self):
@@ -260,28 +217,23 @@ class MultilineAttributes(BurstDrawing):
         self.assertTrue(close(m.dxf.insert, (0, -5, 0)))
 
 
-class SharedSample(unittest.TestCase):
+class SharedSample(DraxelTest):
     """multi_insert_with_attribs.dxf: an array reference of FLAG on layer FLAGS, three
     attributes on layer 0, a 2-D polyline and a circle in the block."""
 
-    def setUp(self):
-        self.src = os.path.join(SHARED, "dxf", "multi_insert_with_attribs.dxf")
-        if not SHARED or not os.path.exists(self.src):
-            self.skipTest(f"shared sample {self.src} is not here (set DX_SHARED_DATA)")
-        self.tmpdir = tempfile.TemporaryDirectory()
+    module = MODULE
 
-    def tearDown(self):
-        self.tmpdir.cleanup()
+    def setUp(self):
+        super().setUp()
+        self.src = shared("dxf", "multi_insert_with_attribs.dxf")
+        if not self.src:
+            self.skipTest("shared sample multi_insert_with_attribs.dxf is not here (set DX_SHARED_DATA)")
 
     def burst(self, src):
         before = ezdxf.readfile(src)
         refs = before.modelspace().query("INSERT")
         attribs = {a.dxf.text: a for ref in refs for a in ref.attribs}
-        out = os.path.join(self.tmpdir.name, "out.dxf")
-        r = subprocess.run([DRAXEL, src, "--load", EXPRESS, "-c", 'BURST ALL ""', "-o", out],
-                           capture_output=True, text=True, timeout=300)
-        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
-        doc = ezdxf.readfile(out)
+        doc = self.run_script(src, 'BURST ALL ""\n')
         msp = doc.modelspace()
         self.assertEqual(len(msp.query("INSERT")), 0)
         self.assertEqual(len(msp.query("ATTDEF")), 0)

@@ -2,32 +2,19 @@
 """draxel as a user drives it: scripts and one-liners on DXF drawings, results read back
 with ezdxf (an independent reader), undo compared with dxfcompare.
 
-Environment: DRAXEL (the program), DX_TOOLS (tests/tools with dxfcompare.py).
+Environment: DRAXEL (the program), DX_PICKLOOP (the test module, optional).
 """
 
 import os
 import pty
 import select
-import subprocess
-import sys
-import tempfile
 import time
 import unittest
 
 import ezdxf
 
-DRAXEL = os.environ.get("DRAXEL", "draxel")
-TOOLS = os.environ.get("DX_TOOLS", os.path.join(os.path.dirname(__file__), "..", "tools"))
-
-
-def run(*args, stdin=subprocess.DEVNULL):
-    return subprocess.run([DRAXEL, *args], capture_output=True, text=True, timeout=120, stdin=stdin)
-
-
-def same_drawing(a, b):
-    r = subprocess.run([sys.executable, os.path.join(TOOLS, "dxfcompare.py"), a, b],
-                       capture_output=True, text=True, timeout=120)
-    return r.returncode == 0, r.stdout + r.stderr
+from draxeltest import DRAXEL, DraxelTest, draxel as run
+from draxeltest import compare as same_drawing  # noqa: F401  (the image tests use it)
 
 
 class Console:
@@ -53,10 +40,9 @@ class Console:
         return text.encode() in self.seen
 
 
-class Drawing(unittest.TestCase):
+class Drawing(DraxelTest):
     def setUp(self):
-        self.tmpdir = tempfile.TemporaryDirectory()
-        self.tmp = self.tmpdir.name
+        super().setUp()
         doc = ezdxf.new("R2018")
         msp = doc.modelspace()
         doc.layers.add("WALLS", color=1)
@@ -82,12 +68,6 @@ class Drawing(unittest.TestCase):
         part.modelspace().add_blockref("PIN", (1, 1))
         part.saveas(self.path("part.dxf"))
 
-    def tearDown(self):
-        self.tmpdir.cleanup()
-
-    def path(self, name):
-        return os.path.join(self.tmp, name)
-
     def script(self, text, out="out.dxf", drawing=None):
         scr = self.path("run.scr")
         with open(scr, "w") as f:
@@ -104,17 +84,13 @@ class Drawing(unittest.TestCase):
 
     def roundtrip(self):
         """The base drawing opened and saved by draxel with nothing done to it."""
-        rt = self.path("roundtrip.dxf")
-        if not os.path.exists(rt):
-            self.assertEqual(run(self.base, "-o", rt).returncode, 0)
-        return rt
+        return super().roundtrip(self.base)
 
     def assert_undo_gives_back(self, steps_script):
         """The script's changes, then U for each command: the drawing as it was."""
         r, out = self.script(steps_script, out="undone.dxf")
         self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
-        ok, diff = same_drawing(self.roundtrip(), out)
-        self.assertTrue(ok, diff)
+        self.assertSameDrawing(self.roundtrip(), out)
 
 
 class HostCommands(Drawing):
@@ -197,24 +173,6 @@ class HostCommands(Drawing):
         r, out2 = self.script("PURGE A \"\" N\n", out="purged.dxf", drawing=out)
         self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
         self.assertNotIn("DASHDOT2", ezdxf.readfile(out2).linetypes)
-
-    def test_linetype_with_text_elements_keeps_them(self):
-        with open(self.path("gas.lin"), "w") as f:
-            f.write("*GAS,Gas line ----GAS----\n"
-                    "A,.5,-.2,[\"GAS\",NOSTYLE,S=.1,R=0.0,X=-0.1,Y=-.05],-.25\n")
-        r, out = self.script(f"-LINETYPE L GAS {self.path('gas.lin')} \"\"\n")
-        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
-        doc = ezdxf.readfile(out)
-        tags = doc.linetypes.get("GAS").pattern_tags
-        self.assertTrue(tags.is_complex_type())
-        values = {t.code: t.value for t in tags.tags}
-        self.assertEqual(values[9], "GAS")
-        # One element per dash; the text rides on the gap written before it.
-        self.assertEqual([t.value & 2 for t in tags.tags if t.code == 74], [0, 2, 0])
-        self.assertAlmostEqual(values[46], 0.1)
-        self.assertAlmostEqual(values[44], -0.1)
-        # The style the file names is missing: the text uses Standard.
-        self.assertEqual(doc.entitydb[values[340]].dxf.name.upper(), "STANDARD")
 
     def test_ucs_rotation_applies_to_typed_points_and_previous_restores(self):
         r, out = self.script("UCS Z 90\nLINE 0,0 10,0 \"\"\nUCS P\nLINE 0,0 0,7 \"\"\n")
@@ -325,15 +283,13 @@ class BadInput(Drawing):
         r, out = self.script(f"-INSERT {self.path('gone.dxf')} \"\"\nOPEN {self.path('gone.dxf')}\n")
         self.assertEqual(r.returncode, 0, r.stderr)
         self.assertIn("not found", r.stdout)
-        ok, diff = same_drawing(self.roundtrip(), out)
-        self.assertTrue(ok, diff)
+        self.assertSameDrawing(self.roundtrip(), out)
 
     def test_cancel_ends_the_command(self):
         r, out = self.script("ERASE ALL ^C\n")
         self.assertEqual(r.returncode, 0, r.stderr)
         self.assertIn("*Cancel*", r.stdout)
-        ok, diff = same_drawing(self.roundtrip(), out)
-        self.assertTrue(ok, diff)
+        self.assertSameDrawing(self.roundtrip(), out)
 
 
 class Purge(Drawing):
@@ -420,8 +376,7 @@ class Purge(Drawing):
     def test_cancel_at_a_question_and_u_give_back_the_drawing(self):
         r, out = self.script("PURGE LA * Y\nY\n^C\n", out="cancelled.dxf")
         self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
-        ok, diff = same_drawing(self.roundtrip(), out)
-        self.assertTrue(ok, diff)
+        self.assertSameDrawing(self.roundtrip(), out)
         self.assert_undo_gives_back("PURGE A * N\nU\n")
 
     def test_nothing_to_purge_and_a_wrong_type(self):
@@ -468,13 +423,11 @@ class MissedPickLoop(Drawing):
         r, out = self.markred("MARKRED\n\"\"\n")
         self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
         self.assertIn("0 marked, 0 missed.", r.stdout)
-        ok, diff = same_drawing(self.roundtrip(), out)
-        self.assertTrue(ok, diff)
+        self.assertSameDrawing(self.roundtrip(), out)
         r, out = self.markred("MARKRED\n5,0\n80,20\n25,20\n\"\"\nU\n", out="undone.dxf")
         self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
         self.assertIn("2 marked, 1 missed.", r.stdout)
-        ok, diff = same_drawing(self.roundtrip(), out)
-        self.assertTrue(ok, diff)
+        self.assertSameDrawing(self.roundtrip(), out)
 
     def test_cancel_ends_the_loop_and_a_script_out_of_picks_stops(self):
         r, out = self.markred("MARKRED\n5,0\n999,999\n^C\n")

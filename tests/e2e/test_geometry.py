@@ -6,15 +6,12 @@ Environment: DRAXEL (the program).
 """
 
 import math
-import os
-import subprocess
-import tempfile
 import unittest
 
 import ezdxf
 from ezdxf import zoom
 
-DRAXEL = os.environ.get("DRAXEL", "draxel")
+from draxeltest import DraxelTest, draxel
 
 
 def bulge_area(pl):
@@ -31,61 +28,22 @@ def bulge_area(pl):
     return area
 
 
-class Geometry(unittest.TestCase):
+class Geometry(DraxelTest):
     def setUp(self):
-        self.tmpdir = tempfile.TemporaryDirectory()
-        self.tmp = self.tmpdir.name
+        super().setUp()
         doc = ezdxf.new("R2018")
         msp = doc.modelspace()
         for a, b in [((0, 0), (100, 0)), ((100, 0), (100, 100)), ((100, 100), (0, 100)), ((0, 100), (0, 0))]:
             msp.add_line(a, b)
         msp.add_circle((30, 30), 10)
-        msp.add_lwpolyline([(60, 60, 0), (80, 60, 1)], format="xyb", close=True)  # half disc
         zoom.extents(msp)
         self.base = self.path("base.dxf")
         doc.saveas(self.base)
 
-    def tearDown(self):
-        self.tmpdir.cleanup()
-
-    def path(self, name):
-        return os.path.join(self.tmp, name)
-
     def run_script(self, text, drawing=None):
-        scr = self.path("run.scr")
-        with open(scr, "w") as f:
-            f.write(text)
-        out = self.path("out.dxf")
-        if os.path.exists(out):
-            os.remove(out)
-        r = subprocess.run([DRAXEL, drawing or self.base, "-s", scr, "-o", out],
-                           capture_output=True, text=True, timeout=300)
-        self.assertNotIn("left open", r.stdout)
-        return r, out
-
-    def new_polylines(self, out):
-        return ezdxf.readfile(out).modelspace().query("LWPOLYLINE")[1:]  # the half disc is first
-
-    def test_outline_and_islands_keep_their_arcs(self):
-        r, out = self.run_script('-BOUNDARY _A _IS _Y _OB _OPO "" 5,5 ""\n')
-        self.assertEqual(r.returncode, 0, r.stderr)
-        made = self.new_polylines(out)
-        self.assertEqual(len(made), 3)
-        self.assertTrue(all(p.closed and p.dxf.layer == "0" for p in made))
-        self.assertAlmostEqual(bulge_area(made[0]) / 10000, 1, delta=1e-6)
-        islands = sorted(abs(bulge_area(p)) for p in made[1:])
-        for got, want in zip(islands, [math.pi * 50, math.pi * 100]):
-            self.assertAlmostEqual(got / want, 1, delta=1e-6)
-        # Arcs stay arcs: a handful of vertices with bulges, not a flattened chain.
-        self.assertTrue(all(len(p) <= 4 for p in made[1:]))
-        self.assertTrue(all(any(b for *_, b in p.get_points("xyb")) for p in made[1:]))
-
-    def test_point_in_no_area_fails_the_script_and_leaves_the_drawing(self):
-        r, out = self.run_script('-BOUNDARY 150,50\nLINE 0,0 1,1 ""\n')
-        self.assertEqual(r.returncode, 1)
-        self.assertIn("no closed area", r.stdout)
-        self.assertIn("failed", r.stderr)
-        self.assertFalse(os.path.exists(out))
+        super().run_script(drawing or self.base, text, expect_ok=False)
+        self.assertNotIn("left open", self.stdout)
+        return self.result, self.out
 
     def test_room_of_a_floor_plan(self):
         # Walls of separate, overlapping lines; two doors (leaf and swing) in openings;
@@ -155,39 +113,38 @@ class Geometry(unittest.TestCase):
         self.assertEqual(tuple(line.dxf.start), (50, 0, 0))
 
 
-class Extents(unittest.TestCase):
+class Extents(DraxelTest):
     """Windows select what lies wholly inside them by the entities' extents: a window a
     hair outside the true extents takes the entity, one a hair inside does not."""
 
     def test_true_extents_of_ellipses_splines_and_bulged_polylines(self):
-        with tempfile.TemporaryDirectory() as tmp:
-            doc = ezdxf.new("R2018")
-            msp = doc.modelspace()
-            turn = math.radians(30)
-            msp.add_ellipse((0, 0), major_axis=(2 * math.cos(turn), 2 * math.sin(turn)), ratio=0.5)
-            msp.add_open_spline([(10, 0), (11, 10), (12, 0)], degree=2)  # peaks at y 5, not 10
-            msp.add_polyline2d([(20, 0, 0, 0, 1), (22, 0, 0, 0, 0)], format="xyseb")  # dips to y -1
-            drawing = os.path.join(tmp, "ext.dxf")
-            doc.saveas(drawing)
-            hx = math.hypot(2 * math.cos(turn), math.sin(turn))
-            hy = math.hypot(2 * math.sin(turn), math.cos(turn))
-            e, cut = 1e-6, 5e-4
-            # Per entity: a window just outside its true extents, and one that cuts 5e-4
-            # off the side a rough box gets wrong (control points, chords, the arc).
-            windows = {
-                "ELLIPSE": [((-hx - e, -hy - e, hx + e, hy + e), 2), ((-hx + cut, -hy - e, hx + e, hy + e), 3)],
-                "SPLINE": [((10 - e, -e, 12 + e, 5 + e), 2), ((10 - e, -e, 12 + e, 5 - cut), 3)],
-                "POLYLINE": [((20 - e, -1 - e, 22 + e, e), 2), ((20 - e, -1 + cut, 22 + e, e), 3)],
-            }
-            for kind, cases in windows.items():
-                for (x0, y0, x1, y1), kept in cases:
-                    out = os.path.join(tmp, "out.dxf")
-                    r = subprocess.run([DRAXEL, drawing, "-c", f'ERASE W {x0},{y0} {x1},{y1} ""', "-o", out],
-                                       capture_output=True, text=True, timeout=120)
-                    self.assertEqual(r.returncode, 0, r.stderr)
-                    left = [e.dxftype() for e in ezdxf.readfile(out).modelspace()]
-                    self.assertEqual(len(left), kept, (kind, x0, y0, x1, y1, left))
-                    self.assertEqual(kind in left, kept == 3, kind)
+        doc = ezdxf.new("R2018")
+        msp = doc.modelspace()
+        turn = math.radians(30)
+        msp.add_ellipse((0, 0), major_axis=(2 * math.cos(turn), 2 * math.sin(turn)), ratio=0.5)
+        msp.add_open_spline([(10, 0), (11, 10), (12, 0)], degree=2)  # peaks at y 5, not 10
+        msp.add_polyline2d([(20, 0, 0, 0, 1), (22, 0, 0, 0, 0)], format="xyseb")  # dips to y -1
+        drawing = self.path("ext.dxf")
+        doc.saveas(drawing)
+        hx = math.hypot(2 * math.cos(turn), math.sin(turn))
+        hy = math.hypot(2 * math.sin(turn), math.cos(turn))
+        e, cut = 1e-6, 5e-4
+        # Per entity: a window just outside its true extents, and one that cuts 5e-4
+        # off the side a rough box gets wrong (control points, chords, the arc).
+        windows = {
+            "ELLIPSE": [((-hx - e, -hy - e, hx + e, hy + e), 2), ((-hx + cut, -hy - e, hx + e, hy + e), 3)],
+            "SPLINE": [((10 - e, -e, 12 + e, 5 + e), 2), ((10 - e, -e, 12 + e, 5 - cut), 3)],
+            "POLYLINE": [((20 - e, -1 - e, 22 + e, e), 2), ((20 - e, -1 + cut, 22 + e, e), 3)],
+        }
+        for kind, cases in windows.items():
+            for (x0, y0, x1, y1), kept in cases:
+                out = self.path("out.dxf")
+                r = draxel(drawing, "-c", f'ERASE W {x0},{y0} {x1},{y1} ""', "-o", out)
+                self.assertEqual(r.returncode, 0, r.stderr)
+                left = [e.dxftype() for e in ezdxf.readfile(out).modelspace()]
+                self.assertEqual(len(left), kept, (kind, x0, y0, x1, y1, left))
+                self.assertEqual(kind in left, kept == 3, kind)
+
 
 if __name__ == "__main__":
     unittest.main()

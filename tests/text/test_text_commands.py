@@ -3,44 +3,29 @@
 here with ezdxf (and the shared text_alignments.dxf), scripts answering every prompt and
 the settings form, results read back with ezdxf and undo checked with dxfcompare.
 
-Environment: DRAXEL, EXPRESS (express.drx), DX_TOOLS (tests/tools), DX_SHARED_DATA.
+Environment: DRAXEL, DX_MODULE (express.drx), DX_SHARED_DATA.
 """
 
-import math
-import os
-import subprocess
-import sys
-import tempfile
 import unittest
 
 import ezdxf
 
-DRAXEL = os.environ.get("DRAXEL", "draxel")
-EXPRESS = os.environ.get("EXPRESS", "express.drx")
-TOOLS = os.environ.get("DX_TOOLS", os.path.join(os.path.dirname(__file__), "..", "tools"))
-SHARED = os.environ.get("DX_SHARED_DATA", os.path.join(os.path.dirname(__file__), "..", "..", "..", "shared", "data"))
+from draxeltest import MODULE, DraxelTest, shared
 
 
-class TextDrawing(unittest.TestCase):
+class TextDrawing(DraxelTest):
     """A drawing of texts, a private program folder for dxad.ini, and a runner."""
 
+    module = MODULE
+
     def setUp(self):
-        self.tmpdir = tempfile.TemporaryDirectory()
-        self.tmp = self.tmpdir.name
-        self.appdir = os.path.join(self.tmp, "app")
-        os.makedirs(self.appdir)
+        super().setUp()
         self.doc = ezdxf.new("R2018")
         self.doc.layers.add("NOTES", color=3)
         self.doc.layers.add("FROZENNOTES").lock()
         self.doc.styles.add("NARROW", font="DejaVuSans.ttf")
         self.msp = self.doc.modelspace()
         self.handles = {}
-
-    def tearDown(self):
-        self.tmpdir.cleanup()
-
-    def path(self, name):
-        return os.path.join(self.tmp, name)
 
     def text(self, label, string, x, y, **attribs):
         attribs.setdefault("height", 2.5)
@@ -51,41 +36,27 @@ class TextDrawing(unittest.TestCase):
         return t
 
     def ini(self, **keys):
-        with open(os.path.join(self.appdir, "dxad.ini"), "w") as f:
+        with open(self.path("app/dxad.ini"), "w") as f:
             f.write("[Other]\nKEY=1\n\n[DXADEXCMD]\n")
             for k, v in keys.items():
                 f.write(f"TXT2MTXT_{k}={v}\n")
 
     def read_ini(self):
-        with open(os.path.join(self.appdir, "dxad.ini")) as f:
+        with open(self.path("app/dxad.ini")) as f:
             return f.read()
 
-    def run_script(self, text, drawing=None, out="out.dxf"):
+    def run_script(self, text, drawing=None):
         if drawing is None:
             drawing = self.path("in.dxf")
             self.doc.saveas(drawing)
         self.drawing = drawing
-        scr = self.path("run.scr")
-        with open(scr, "w") as f:
-            f.write(text)
-        out = self.path(out)
-        env = dict(os.environ, DRAXEL_APPDIR=self.appdir)
-        r = subprocess.run([DRAXEL, drawing, "--load", EXPRESS, "-s", scr, "-o", out],
-                           capture_output=True, text=True, timeout=300, env=env)
-        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
-        self.assertNotIn("open", r.stderr.lower(), r.stderr)  # no open-discipline report
-        self.stdout = r.stdout
-        return ezdxf.readfile(out)
+        return super().run_script(drawing, text)
 
     def sel(self, *labels):
         return " ".join("#" + self.handles[l] for l in labels) + ' ""'
 
-    def same_as_input(self, out_doc_path):
-        rt = self.path("roundtrip.dxf")
-        subprocess.run([DRAXEL, self.drawing, "-o", rt], check=True, capture_output=True, timeout=120)
-        r = subprocess.run([sys.executable, os.path.join(TOOLS, "dxfcompare.py"), rt, out_doc_path],
-                           capture_output=True, text=True, timeout=120)
-        return r.returncode == 0, r.stdout + r.stderr
+    def assertSameAsInput(self, out_doc_path):
+        self.assertSameDrawing(self.roundtrip(self.drawing), out_doc_path)
 
     @staticmethod
     def mtexts(doc):
@@ -244,22 +215,19 @@ class Txt2mtxtSelection(TextDrawing):
         self.run_script("txt2mtxt " + self.sel("L") + "\n")
         self.assertIn("Text objects kept: 0.", self.stdout)
         self.assertIn("No text object on an unlocked layer to convert.", self.stdout)
-        ok, diff = self.same_as_input(self.path("out.dxf"))
-        self.assertTrue(ok, diff)
+        self.assertSameAsInput(self.out)
 
     def test_cancel_at_the_prompt_changes_nothing(self):
         self.text("A", "stays", 0, 0)
         self.run_script("txt2mtxt ^C\n")
-        ok, diff = self.same_as_input(self.path("out.dxf"))
-        self.assertTrue(ok, diff)
+        self.assertSameAsInput(self.out)
 
     def test_one_U_gives_back_every_original_text(self):
         for i in range(6):
             self.text(str(i), f"line {i}", 0, 10 * i, color=i + 1)
         self.run_script("txt2mtxt ALL \"\"\nU\n")
         self.assertIn("6 text objects removed, 1 MText object added.", self.stdout)
-        ok, diff = self.same_as_input(self.path("out.dxf"))
-        self.assertTrue(ok, diff)
+        self.assertSameAsInput(self.out)
 
     def test_settings_variables_are_restored(self):
         self.text("A", "x", 0, 0)
@@ -308,9 +276,9 @@ class Txt2mtxtSettingsForm(TextDrawing):
 
 class Txt2mtxtSharedSample(TextDrawing):
     def test_text_alignments_sample_merges_every_text_and_U_restores_it(self):
-        sample = os.path.join(SHARED, "dxf", "text_alignments.dxf")
-        if not os.path.exists(sample):
-            self.skipTest(f"sample drawing not found: {sample}")
+        sample = shared("dxf", "text_alignments.dxf")
+        if not sample:
+            self.skipTest("sample drawing text_alignments.dxf not found (DX_SHARED_DATA)")
         src = ezdxf.readfile(sample)
         n = len(src.modelspace().query("TEXT"))
         self.assertGreater(n, 1)
@@ -322,8 +290,7 @@ class Txt2mtxtSharedSample(TextDrawing):
         doc = self.run_script("txt2mtxt ALL \"\"\n", drawing=sample)
         self.assertEqual(len(self.mtexts(doc)) - len(src.modelspace().query("MTEXT")), n)
         self.run_script("txt2mtxt ALL \"\"\nU\n", drawing=sample)
-        ok, diff = self.same_as_input(self.path("out.dxf"))
-        self.assertTrue(ok, diff)
+        self.assertSameAsInput(self.out)
 
 
 class Tcount(TextDrawing):
@@ -457,8 +424,7 @@ class Tcount(TextDrawing):
     def test_one_U_gives_back_every_text(self):
         self.column()
         self.run_script("tcount W -1,-1 100,100 \"\" Y 1,1 P\nU\n")
-        ok, diff = self.same_as_input(self.path("out.dxf"))
-        self.assertTrue(ok, diff)
+        self.assertSameAsInput(self.out)
 
 
 if __name__ == "__main__":

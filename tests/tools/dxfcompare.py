@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Compare two DXF files the way an independent reader (ezdxf) sees them.
 
-    dxfcompare.py INPUT.dxf OUTPUT.dxf [--json] [--max-diffs N] [--no-ignore-handles]
+    dxfcompare.py INPUT.dxf OUTPUT.dxf
 
 Exit status: 0 equal and OUTPUT has no new audit issues, 1 differences,
 2 a file cannot be read.  Run with /usr/bin/python3, the interpreter that has
@@ -12,7 +12,6 @@ import argparse
 import collections
 import difflib
 import hashlib
-import json
 import math
 import re
 import sys
@@ -166,9 +165,8 @@ def plain(value, depth=0):
 class Canon:
     """Build the comparable form of entities and table entries of one file."""
 
-    def __init__(self, doc, ignore_handles=True):
+    def __init__(self, doc):
         self.doc = doc
-        self.ignore_handles = ignore_handles
         self._export_version = "AC1032"
         self._defs = {}
         self.defaults = {}  # class name -> {attribute: default}
@@ -214,9 +212,7 @@ class Canon:
             if value is None:
                 continue
             if handle:
-                if not self.ignore_handles:
-                    result[name] = value
-                elif self.ref(value) is not None:
+                if self.ref(value) is not None:
                     result[name] = ("->", self.ref(value))
                 continue
             value = plain(value)
@@ -242,7 +238,7 @@ class Canon:
                     continue
                 if in_app_group:
                     continue
-                if code in LINK_CODES or (self.ignore_handles and is_handle_code(code)):
+                if is_handle_code(code):
                     continue
                 out.append((code, plain(tag.value)))
         return out
@@ -260,9 +256,7 @@ class Canon:
             if code == 102:
                 in_app_group = str(tag[1]).startswith("{")
                 continue
-            if in_app_group or code in LINK_CODES:
-                continue
-            if self.ignore_handles and is_handle_code(code):
+            if in_app_group or is_handle_code(code):
                 continue
             out.append((code, plain(tag[1])))
         return out
@@ -313,7 +307,7 @@ class Canon:
             xd = {}
             for appid, tags in entity.xdata.data.items():
                 xd[appid] = [(t.code, plain(t.value)) for t in tags
-                             if not (self.ignore_handles and t.code == 1005)]
+                             if t.code != 1005]
             if xd:
                 ex["xdata"] = xd
         if entity.extension_dict is not None:
@@ -377,9 +371,7 @@ def fmt(value, limit=90):
 
 
 class Differ:
-    def __init__(self, rel_tol=REL_TOL, abs_tol=ABS_TOL):
-        self.rel_tol = rel_tol
-        self.abs_tol = abs_tol
+    def __init__(self):
         self.diffs = []
         self.anon_map = {}  # INPUT anonymous block name -> OUTPUT name
         self.defaults = {}  # class name -> {attribute: default}, from both files
@@ -395,7 +387,7 @@ class Differ:
                 return a == b
             if math.isnan(a) or math.isnan(b):
                 return math.isnan(a) and math.isnan(b)
-            return math.isclose(a, b, rel_tol=self.rel_tol, abs_tol=self.abs_tol)
+            return math.isclose(a, b, rel_tol=REL_TOL, abs_tol=ABS_TOL)
         if (a is None and b == "") or (a == "" and b is None):
             return True  # an empty name written or left out reads the same
         if isinstance(a, (list, tuple)) and isinstance(b, (list, tuple)):
@@ -686,25 +678,9 @@ def compare_objects(differ, doc_a, doc_b):
         differ.add(f"groups: {fmt(ga, 200)} != {fmt(gb, 200)}")
 
 
-def summary(doc, note, issues):
-    return {
-        "acadver": doc.dxfversion,
-        "loaded_with": note,
-        "layouts": {name: dict(sorted(collections.Counter(e.dxftype() for e in layout).items()))
-                    for name, layout in layouts_of(doc).items()},
-        "blocks": {name: len(block) for name, block in blocks_of(doc).items()},
-        "layers": [e.dxf.name for e in doc.layers],
-        "text_styles": [e.dxf.name for e in doc.styles],
-        "linetypes": [e.dxf.name for e in doc.linetypes],
-        "dimstyles": [e.dxf.name for e in doc.dimstyles],
-        "objects": dict(sorted(object_counts(doc).items())),
-        "audit": [{"kind": k, "code": c, "message": m} for k, c, _, m in issues],
-    }
-
-
-def compare_docs(doc_a, doc_b, ignore_handles=True, rel_tol=REL_TOL):
-    differ = Differ(rel_tol=rel_tol)
-    canon_a, canon_b = Canon(doc_a, ignore_handles), Canon(doc_b, ignore_handles)
+def compare_docs(doc_a, doc_b):
+    differ = Differ()
+    canon_a, canon_b = Canon(doc_a), Canon(doc_b)
     differ.defaults = canon_a.defaults
     canon_b.defaults = canon_a.defaults  # one shared table: defaults do not depend on the file
     compare_tables(differ, canon_a, canon_b)
@@ -738,15 +714,13 @@ def new_audit_issues(issues_in, issues_out):
     return new
 
 
+MAX_LISTED = 30
+
+
 def main(argv=None):
     parser = argparse.ArgumentParser(description="Compare two DXF files as ezdxf reads them.")
     parser.add_argument("input")
     parser.add_argument("output")
-    parser.add_argument("--json", action="store_true", help="print a machine-readable summary")
-    parser.add_argument("--ignore-handles", action=argparse.BooleanOptionalAction, default=True,
-                        help="compare handle references by what they point to (default on)")
-    parser.add_argument("--max-diffs", type=int, default=30, help="differences to list (30)")
-    parser.add_argument("--rel-tol", type=float, default=REL_TOL)
     args = parser.parse_args(argv)
 
     docs = []
@@ -754,44 +728,28 @@ def main(argv=None):
         try:
             docs.append(load_doc(path))
         except ReadFailure as err:
-            if args.json:
-                print(json.dumps({"error": str(err), "which": label}))
-            else:
-                print(f"dxfcompare: {label} {err}", file=sys.stderr)
+            print(f"dxfcompare: {label} {err}", file=sys.stderr)
             return 2
     (doc_a, note_a), (doc_b, note_b) = docs
 
-    diffs = compare_docs(doc_a, doc_b, args.ignore_handles, args.rel_tol)
+    diffs = compare_docs(doc_a, doc_b)
     # audit last: it repairs the documents in memory
-    issues_a, issues_b = audit_issues(doc_a), audit_issues(doc_b)
-    new_issues = new_audit_issues(issues_a, issues_b)
-    equal = not diffs and not new_issues
-
-    if args.json:
-        print(json.dumps({
-            "equal": equal,
-            "input": {"file": args.input, **summary(doc_a, note_a, issues_a)},
-            "output": {"file": args.output, **summary(doc_b, note_b, issues_b)},
-            "difference_count": len(diffs),
-            "differences": diffs[:args.max_diffs],
-            "new_audit_issues": [{"kind": k, "code": c, "message": m} for k, c, m in new_issues],
-        }, indent=1, ensure_ascii=False))
-        return 0 if equal else 1
+    new_issues = new_audit_issues(audit_issues(doc_a), audit_issues(doc_b))
 
     print(f"INPUT  {args.input}: $ACADVER {doc_a.dxfversion}, loaded with {note_a}")
     print(f"OUTPUT {args.output}: $ACADVER {doc_b.dxfversion}, loaded with {note_b}")
     if diffs:
-        print(f"{len(diffs)} difference(s)" +
-              (f", first {args.max_diffs}:" if len(diffs) > args.max_diffs else ":"))
-        for line in diffs[:args.max_diffs]:
+        print(f"{len(diffs)} difference(s)" + (f", first {MAX_LISTED}:" if len(diffs) > MAX_LISTED else ":"))
+        for line in diffs[:MAX_LISTED]:
             print("  " + line)
     if new_issues:
         print(f"{len(new_issues)} audit issue(s) in OUTPUT that INPUT does not have:")
-        for kind, code, message in new_issues[:args.max_diffs]:
+        for kind, code, message in new_issues[:MAX_LISTED]:
             print(f"  audit {kind} {code}: {message}")
-    if equal:
-        print("equal")
-    return 0 if equal else 1
+    if diffs or new_issues:
+        return 1
+    print("equal")
+    return 0
 
 
 if __name__ == "__main__":

@@ -90,17 +90,10 @@ class Compare(unittest.TestCase):
     def tearDownClass(cls):
         shutil.rmtree(cls.tmp, ignore_errors=True)
 
-    def test_a_copy_is_equal(self):
-        copy = os.path.join(self.tmp, "copy.dxf")
-        shutil.copyfile(self.base, copy)
-        rc, out = compare(self.base, copy)
-        self.assertEqual(rc, 0, out)
-
     def test_each_change_fails_and_is_named(self):
         for change, needles in CHANGES:
             with self.subTest(change=change.__name__):
                 doc = ezdxf.readfile(self.base)
-                handle = first_line(doc).dxf.handle
                 change(doc)
                 changed = os.path.join(self.tmp, "changed.dxf")
                 doc.saveas(changed)
@@ -108,12 +101,6 @@ class Compare(unittest.TestCase):
                 self.assertEqual(rc, 1, out)
                 for needle in needles:
                     self.assertIn(needle, out)
-                if change is move_end:
-                    self.assertIn(f"#{handle}", out)
-                    self.assertNotIn("start", out)
-                if change is delete_first_line:
-                    # the entities after it still pair with their partners
-                    self.assertNotIn("start:", out)
 
     def test_unknown_entities_compare_by_their_tags(self):
         with open(self.base) as f:

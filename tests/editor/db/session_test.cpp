@@ -43,18 +43,6 @@ TEST_F(EditorTest, CommandStackGroupsNamesAndRemoval) {
   EXPECT_EQ(g_calls, 2);
 }
 
-TEST_F(EditorTest, HostCommandsAreRegisteredInOrder) {
-  std::vector<std::string> names;
-  for (const DxEdCommand* c : dxedRegCmds()->commands())
-    if (c->group == kHostGroup) names.push_back(c->globalName);
-  std::vector<std::string> expected = {"LINE", "ERASE", "EXPLODE", "CHPROP", "UNDO", "U", "-INSERT", "UCS",
-                                       "-LINETYPE", "PURGE", "NEW", "OPEN", "SAVE", "SAVEAS", "SCRIPT", "QUIT"};
-  ASSERT_GE(names.size(), expected.size());
-  EXPECT_TRUE(std::equal(expected.begin(), expected.end(), names.begin()));
-  EXPECT_NE(dxrxFindDxRxClass("DxEditorReactor"), nullptr);
-  EXPECT_TRUE(dxedEditor()->isKindOf(DxEditor::desc()));
-}
-
 TEST_F(EditorTest, CommandLeftWaitingIsFedByTheNextCall) {
   auto* stack = dxedRegCmds();
   ASSERT_EQ(stack->addCommand("TESTGRP", "TWOPTS", "TWOPTS", 0, askTwoPoints), Dxad::eOk);
