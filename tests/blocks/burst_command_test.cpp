@@ -68,16 +68,6 @@ class BurstCommandTest : public EditorTest {
     ref->close();
     return id;
   }
-  void pickFirst(const std::vector<DxDbObjectId>& ids) {
-    dx_name ss = {0, 0};
-    for (DxDbObjectId id : ids) {
-      dx_name e;
-      dxdbIdToName(e, id);
-      dxedSSAdd(e, ss[0] ? ss : nullptr, ss);
-    }
-    ASSERT_EQ(dxedSSSetFirst(ss, nullptr), RTNORM);
-    dxedSSFree(ss);
-  }
   // Entity kinds of a space, with texts as "TEXT:value".
   std::vector<std::string> contents(DxDbObjectId space = {}) {
     DxDbBlockTableRecord* rec = nullptr;

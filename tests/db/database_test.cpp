@@ -33,10 +33,11 @@ struct Drawing {
     btr->close();
     return id;
   }
-  DxDbObjectId addBlock(const char* name) {
-    DxDbBlockTable* t = nullptr;
+  template <class Table, class Record>
+  DxDbObjectId addRecord(const char* name) {
+    Table* t = nullptr;
     EXPECT_EQ(db->getSymbolTable(t, DxDb::kForWrite), Dxad::eOk);
-    auto* rec = new DxDbBlockTableRecord();
+    auto* rec = new Record();
     rec->setName(name);
     DxDbObjectId id;
     EXPECT_EQ(t->add(id, rec), Dxad::eOk);
@@ -44,17 +45,8 @@ struct Drawing {
     t->close();
     return id;
   }
-  DxDbObjectId addLayer(const char* name) {
-    DxDbLayerTable* t = nullptr;
-    EXPECT_EQ(db->getSymbolTable(t, DxDb::kForWrite), Dxad::eOk);
-    auto* rec = new DxDbLayerTableRecord();
-    rec->setName(name);
-    DxDbObjectId id;
-    EXPECT_EQ(t->add(id, rec), Dxad::eOk);
-    rec->close();
-    t->close();
-    return id;
-  }
+  DxDbObjectId addBlock(const char* name) { return addRecord<DxDbBlockTable, DxDbBlockTableRecord>(name); }
+  DxDbObjectId addLayer(const char* name) { return addRecord<DxDbLayerTable, DxDbLayerTableRecord>(name); }
   std::string dxf(DxDbDwgVersion v = DxDb::kDHL_1032) const {
     dx::dxf::TagWriter w;
     dx::db::writeDxf(*db->impl(), dx::db::verFromDwgVersion(v), w);

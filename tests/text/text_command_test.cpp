@@ -35,16 +35,6 @@ class TextCommandTest : public EditorTest {
     if (layer) t->setLayer(layer);
     return append(t);
   }
-  void pickFirst(const std::vector<DxDbObjectId>& ids) {
-    dx_name ss = {0, 0};
-    for (DxDbObjectId id : ids) {
-      dx_name e;
-      dxdbIdToName(e, id);
-      dxedSSAdd(e, ss[0] ? ss : nullptr, ss);
-    }
-    ASSERT_EQ(dxedSSSetFirst(ss, nullptr), RTNORM);
-    dxedSSFree(ss);
-  }
   std::vector<std::string> mtexts() {
     std::vector<std::string> v;
     for (DxDbObjectId id : entities()) {

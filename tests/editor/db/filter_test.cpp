@@ -43,28 +43,20 @@ class FilterTest : public EditorTest {
   // Labels of the entities dxedSSGet "X" picks with the filter (empty when it fails).
   std::set<std::string> pick(resbuf* filter, const char* mode = "X") {
     dx_name ss;
-    std::set<std::string> got;
     int rc = dxedSSGet(mode, nullptr, nullptr, filter, ss);
     dxutRelRb(filter);
-    if (rc != RTNORM) return got;
-    int32_t n = 0;
-    dxedSSLength(ss, &n);
-    for (int32_t i = 0; i < n; ++i) {
-      dx_name e;
-      dxedSSName(ss, i, e);
-      DxDbObjectId id;
-      dxdbGetObjectId(id, e);
-      got.insert(labels[id.handle().str()]);
-    }
-    dxedSSFree(ss);
-    return got;
+    return rc == RTNORM ? labelsOf(ss) : Set{};
   }
 
   Set window(const char* mode, double x1, double y1, double x2, double y2) {
     dx_point p1 = {x1, y1, 0}, p2 = {x2, y2, 0};
     dx_name ss;
+    return dxedSSGet(mode, p1, p2, nullptr, ss) == RTNORM ? labelsOf(ss) : Set{};
+  }
+
+  // The labels of a selection set's members; the set is freed.
+  Set labelsOf(dx_name ss) {
     Set got;
-    if (dxedSSGet(mode, p1, p2, nullptr, ss) != RTNORM) return got;
     int32_t n = 0;
     dxedSSLength(ss, &n);
     for (int32_t i = 0; i < n; ++i) {

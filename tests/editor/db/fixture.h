@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "host/editor/core/driver.h"
 #include "host/editor/core/session.h"
@@ -58,6 +59,17 @@ class EditorTest : public ::testing::Test {
     rec->close();
     t->close();
     return id;
+  }
+  // Leaves the objects selected as a user's grips leave them before a command.
+  void pickFirst(const std::vector<DxDbObjectId>& ids) {
+    dx_name ss = {0, 0};
+    for (DxDbObjectId id : ids) {
+      dx_name e;
+      dxdbIdToName(e, id);
+      dxedSSAdd(e, ss[0] ? ss : nullptr, ss);
+    }
+    ASSERT_EQ(dxedSSSetFirst(ss, nullptr), RTNORM);
+    dxedSSFree(ss);
   }
   std::string failure;
 };
