@@ -8,13 +8,16 @@ Environment: DRAXEL (the program), DX_PICKLOOP (the test module, optional).
 import os
 import pty
 import select
+import sys
 import time
 import unittest
 
 import ezdxf
 
-from draxeltest import DRAXEL, DraxelTest, draxel as run
-from draxeltest import compare as same_drawing  # noqa: F401  (the image tests use it)
+# Other end-to-end files build on these tests: the shared harness is found from here too.
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tools"))
+from draxeltest import DRAXEL, DraxelTest, draxel as run  # noqa: E402
+from draxeltest import compare as same_drawing  # noqa: E402,F401  (the image tests use it)
 
 
 class Console:
