@@ -20,6 +20,25 @@ def close(a, b, tol=1e-9):
     return all(math.isclose(x, y, rel_tol=tol, abs_tol=tol) for x, y in zip(a, b))
 
 
+def assert_texts_replace_attributes(test, before, after):
+    """Every attribute of BEFORE's references is a text of AFTER's model space, placed,
+    sized, turned, styled and aligned as the attribute was (invisible ones too)."""
+    attribs = {a.dxf.text: a for ref in before.modelspace().query("INSERT") for a in ref.attribs}
+    texts = {t.dxf.text: t for t in after.modelspace().query("TEXT")}
+    test.assertEqual(sorted(texts), sorted(attribs))
+    for value, a in attribs.items():
+        t = texts[value]
+        test.assertTrue(close(t.dxf.insert, a.dxf.insert), value)
+        test.assertAlmostEqual(t.dxf.height, a.dxf.height, msg=value)
+        test.assertAlmostEqual(t.dxf.rotation, a.dxf.get("rotation", 0), msg=value)
+        test.assertEqual(t.dxf.style.upper(), a.dxf.get("style", "Standard").upper(), value)
+        align = (a.dxf.get("halign", 0), a.dxf.get("valign", 0))
+        test.assertEqual((t.dxf.get("halign", 0), t.dxf.get("valign", 0)), align, value)
+        if any(align):
+            test.assertTrue(close(t.dxf.align_point, a.dxf.align_point), value)
+    return texts
+
+
 class BurstDrawing(DraxelTest):
     """Block PART, referenced with each kind of inherited property, and a runner."""
 
@@ -100,24 +119,8 @@ class BurstsEveryKindOfReference(BurstDrawing):
             self.assertEqual(len(msp.query(kind)), n, kind)
 
     def test_attribute_values_become_texts_where_the_attributes_were(self):
-        source = {}
         r, doc = self.burst_all()
-        before = ezdxf.readfile(self.drawing)
-        for ref in before.modelspace().query("INSERT"):
-            for a in ref.attribs:
-                source[a.dxf.text] = a
-        texts = {t.dxf.text: t for t in doc.modelspace().query("TEXT")}
-        self.assertEqual(sorted(texts), sorted(source))   # invisible ones too
-        for value, a in source.items():
-            t = texts[value]
-            self.assertTrue(close(t.dxf.insert, a.dxf.insert), value)
-            self.assertAlmostEqual(t.dxf.height, a.dxf.height, msg=value)
-            self.assertAlmostEqual(t.dxf.rotation, a.dxf.get("rotation", 0), msg=value)
-            self.assertEqual(t.dxf.style, a.dxf.get("style", "Standard"), value)
-            self.assertEqual(t.dxf.get("halign", 0), a.dxf.get("halign", 0), value)
-            self.assertEqual(t.dxf.get("valign", 0), a.dxf.get("valign", 0), value)
-            if a.dxf.get("halign", 0) or a.dxf.get("valign", 0):
-                self.assertTrue(close(t.dxf.align_point, a.dxf.align_point), value)
+        texts = assert_texts_replace_attributes(self, ezdxf.readfile(self.drawing), doc)
         note = texts["R2 note"]
         self.assertEqual((note.dxf.halign, note.dxf.valign), (1, 2))  # middle centre survives
         self.assertAlmostEqual(note.dxf.rotation, 30)
@@ -237,17 +240,8 @@ class SharedSample(DraxelTest):
         msp = doc.modelspace()
         self.assertEqual(len(msp.query("INSERT")), 0)
         self.assertEqual(len(msp.query("ATTDEF")), 0)
-        texts = {t.dxf.text: t for t in msp.query("TEXT")}
-        self.assertEqual(sorted(texts), sorted(attribs))
-        for value, a in attribs.items():
-            t = texts[value]
-            self.assertTrue(close(t.dxf.insert, a.dxf.insert), value)
-            self.assertAlmostEqual(t.dxf.height, a.dxf.height)
-            self.assertAlmostEqual(t.dxf.rotation, a.dxf.rotation)
-            self.assertEqual(t.dxf.style.upper(), a.dxf.get("style", "Standard").upper())
-            self.assertEqual((t.dxf.get("halign", 0), t.dxf.get("valign", 0)),
-                             (a.dxf.get("halign", 0), a.dxf.get("valign", 0)))
-            self.assertEqual(t.dxf.get("color", BYLAYER), a.dxf.get("color", BYLAYER))
+        for value, t in assert_texts_replace_attributes(self, before, doc).items():
+            self.assertEqual(t.dxf.get("color", BYLAYER), attribs[value].dxf.get("color", BYLAYER))
         # Everything of the block sat on layer 0 and takes the reference's layer.
         self.assertEqual({e.dxf.layer for e in msp}, {ref.dxf.layer for ref in refs})
         self.assertEqual(sorted(e.dxftype() for e in msp if e.dxftype() != "TEXT"),
