@@ -17,7 +17,7 @@ import ezdxf
 # Other end-to-end files build on these tests: the shared harness is found from here too.
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "tools"))
 from draxeltest import DRAXEL, DraxelTest, draxel as run  # noqa: E402
-from draxeltest import compare as same_drawing  # noqa: E402,F401  (the image tests use it)
+from draxeltest import compare as same_drawing  # noqa: E402,F401  (other end-to-end files use it)
 
 
 class Console:
@@ -450,15 +450,6 @@ class MissedPickLoop(Drawing):
 
 
 class CommandLine(Drawing):
-    def test_list_commands_in_registration_order(self):
-        r = run("--list-commands")
-        self.assertEqual(r.returncode, 0)
-        rows = [line.split() for line in r.stdout.splitlines()]
-        self.assertEqual(rows[0], ["DRAXEL", "LINE", "LINE", "0x0"])
-        names = [row[1] for row in rows]
-        self.assertLess(names.index("UNDO"), names.index("-INSERT"))
-        self.assertEqual(dict((row[1], row[3]) for row in rows)["ERASE"], "0x2")
-
     def test_echo_reads_like_a_session_and_comments_are_skipped(self):
         r, _ = self.script("; a comment\nLINE\n0,0\n\"3,4\"\n\n")
         self.assertEqual(r.returncode, 0, r.stderr)
