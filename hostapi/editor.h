@@ -222,6 +222,70 @@ int dxedNEntSel(const char* prompt, dx_name entity, dx_point pickPoint, double x
                 resbuf** refstkres);
 
 // ---------------------------------------------------------------------------------------
+// Jigs
+
+// A drag sequence: drag() asks for one value through sampler(), which calls one of the
+// acquire helpers, then lets update() apply it to entity(). The host draws nothing, so
+// a point or value answered at the jig's prompt is one sample followed by acceptance;
+// keywords, Enter and cancel end the drag as at any prompt.
+class DxEdJig {
+ public:
+  enum DragStatus {
+    kModeless = -17,
+    kNoChange = -6,
+    kCancel = -4,
+    kOther = -3,
+    kNull = -1,
+    kNormal = 0,
+    kKW1, kKW2, kKW3, kKW4, kKW5, kKW6, kKW7, kKW8, kKW9
+  };
+  enum UserInputControls {
+    kGovernedByOrthoMode = 0x0001,
+    kNullResponseAccepted = 0x0002,
+    kDontEchoCancelForCtrlC = 0x0004,
+    kDontUpdateLastPoint = 0x0008,
+    kNoDwgLimitsChecking = 0x0010,
+    kNoZeroResponseAccepted = 0x0020,
+    kNoNegativeResponseAccepted = 0x0040,
+    kAccept3dCoordinates = 0x0080,
+  };
+  virtual ~DxEdJig() = default;
+
+  // One sample and, when it gave a value, update(): kNormal, kKWn, kNull, kCancel, or
+  // kOther when update() refused the value.
+  DragStatus drag();
+  virtual DragStatus sampler() = 0;
+  virtual bool update() = 0;
+  virtual DxDbEntity* entity() const = 0;
+  // Appends entity() to the current space; the jig gives it up (close it as usual).
+  DxDbObjectId append();
+
+  void setDispPrompt(const char* prompt) { m_prompt = prompt ? prompt : ""; }
+  const char* dispPrompt() const { return m_prompt.c_str(); }
+  // Keywords as for dxedInitGet; kKW1 is the first.
+  void setKeywordList(const char* keywords) { m_keywords = keywords ? keywords : ""; }
+  const char* keywordList() const { return m_keywords.c_str(); }
+  void setUserInputControls(int controls) { m_controls = controls; }
+  int userInputControls() const { return m_controls; }
+
+  // Points are in world coordinates; angles in radians.
+  DragStatus acquirePoint(DxGePoint3d& point);
+  DragStatus acquirePoint(DxGePoint3d& point, const DxGePoint3d& base);
+  DragStatus acquireDist(double& dist);
+  DragStatus acquireDist(double& dist, const DxGePoint3d& base);
+  DragStatus acquireAngle(double& angle);
+  DragStatus acquireAngle(double& angle, const DxGePoint3d& base);
+
+ private:
+  enum class Value { Point, Dist, Angle };
+  DragStatus acquire(Value kind, const DxGePoint3d* base, double out[3]);
+  DragStatus statusOf(int rc);
+  int initGet() const;
+  std::string m_prompt, m_keywords;
+  int m_controls = 0;
+};
+
+// ---------------------------------------------------------------------------------------
 // Selection sets
 
 // Modes: null (ask "Select objects:"), "X" (all, filtered), "L" (last), "P" (previous),
