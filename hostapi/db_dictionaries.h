@@ -225,6 +225,11 @@ class DxDbSpatialFilter : public DxDbObject {
   // Whether the clip hides what lies inside its boundary (kept, as other programs keep
   // it, in a round-trip record of the filter's extension dictionary).
   bool isInverted() const;
+  // Turns the boundary into an inverted clip: the filter itself then holds an outline
+  // from the plane points lo to hi (widened to take in the boundary) with the boundary
+  // cut out, which readers that know no inverted clips show as the same picture. The
+  // filter must be in a database and open for write.
+  Dxad::ErrorStatus setInverted(DxGePoint2d lo, DxGePoint2d hi);
 
  private:
   friend struct dx::db::Access;

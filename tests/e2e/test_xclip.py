@@ -7,6 +7,7 @@ import sys
 import unittest
 
 import ezdxf
+import ezdxf.bbox
 from ezdxf.math import Matrix44, Vec3
 
 sys.path.insert(0, os.path.dirname(__file__))
@@ -87,6 +88,21 @@ class Xclip(Drawing):
         count, _, _, _ = filter_data(sf)
         self.assertEqual(count, 3)
         self.assert_block_polygon(ref, sf, [(0, 0), (40, 0), (20, 30)])
+
+    def test_inverted_clip_keeps_its_boundary_in_a_round_trip_record(self):
+        _, ref, sf = self.clipped('XCLIP 20,20 "" N I R 10,10 30,30\n')
+        rec = sf.get_extension_dict().dictionary["ACAD_XREC_ROUNDTRIP"]
+        tags = [(t.code, t.value) for t in rec.tags]
+        at = tags.index((102, "ACAD_INVERTEDCLIP_ROUNDTRIP"))
+        self.assertEqual([tuple(v)[:2] for _, v in tags[at + 1:at + 3]], [(10, 10), (30, 30)])
+        # The filter itself is a frame round the whole reference with the square cut out.
+        count, points, _, _ = filter_data(sf)
+        self.assertGreater(count, 8)
+        box = ezdxf.bbox.extents([ref])
+        self.assertLess(min(p.x for p in points), box.extmin.x)
+        self.assertGreater(max(p.y for p in points), box.extmax.y)
+        for corner in [(10, 10), (30, 10), (30, 30), (10, 30)]:
+            self.assertIn(corner, [(p.x, p.y) for p in points])
 
     def test_off_delete_and_generated_polyline(self):
         _, _, sf = self.clipped('XCLIP 20,20 "" N R 0,0 50,50\nXCLIP 20,20 "" OFF\n')

@@ -7,6 +7,7 @@ Drawings are written with ezdxf (an independent writer). Each plot uses --window
 Environment: DRAXEL (the program), DX_SHARED_DATA (sample drawings; skipped when absent).
 """
 
+import math
 import os
 import subprocess
 import tempfile
@@ -347,6 +348,21 @@ class Covering(PlotCase):
         self.assertFalse(pic.ink(29.3, 10.0, r=6))
         self.assertTrue(pic.ink(26.3, 10.0))
         self.assertTrue(pic.ink(32.2, 10.0))
+
+    def test_clips_made_by_xclip(self):
+        doc = ezdxf.new("R2018")
+        doc.blocks.new("BAR").add_line((-20, 0), (20, 0))
+        doc.modelspace().add_blockref("BAR", (20, 15), dxfattribs={"rotation": 10})
+        p = self.save(doc)
+        for invert, name in (("", "inside.png"), ("I ", "inverted.png")):
+            scr = self.path("clip.scr")
+            with open(scr, "w") as f:
+                f.write(f'XCLIP 20,15 "" N {invert}R 15,5 25,25\n')
+            pic = self.plot(p, (0, 0, 40, 30), "-s", scr, name=name)
+            # The turned line at x = 20, 9 and 31 (y from its 10 degree slope).
+            inside, left, right = [pic.ink(x, 15 + (x - 20) * math.tan(math.radians(10)), r=3)
+                                   for x in (20, 9, 31)]
+            self.assertEqual((inside, left, right), (not invert, bool(invert), bool(invert)), name)
 
 
 class Layouts(PlotCase):

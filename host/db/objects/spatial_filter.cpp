@@ -1,4 +1,5 @@
 // SPATIAL_FILTER: the clip boundary of a block or external reference.
+#include <algorithm>
 #include <cstring>
 
 #include "host/db/family.h"
@@ -146,6 +147,64 @@ std::vector<DxGePoint2d> DxDbSpatialFilter::invertedBoundary() const {
 }
 
 bool DxDbSpatialFilter::isInverted() const { return !invertedBoundary().empty(); }
+
+ErrorStatus DxDbSpatialFilter::setInverted(DxGePoint2d lo, DxGePoint2d hi) {
+  if (m_points.size() < 2 || !isWriteEnabled()) return Dxad::eNotOpenForWrite;
+  std::vector<DxGePoint2d> hole = m_points;
+  if (hole.size() == 2)
+    hole = {hole[0], {hole[1].x, hole[0].y}, hole[1], {hole[0].x, hole[1].y}};
+  double area = 0;
+  for (size_t i = 0; i < hole.size(); ++i) {
+    const auto &a = hole[i], &b = hole[(i + 1) % hole.size()];
+    area += a.x * b.y - b.x * a.y;
+    lo = DxGePoint2d(std::min(lo.x, a.x), std::min(lo.y, a.y));
+    hi = DxGePoint2d(std::max(hi.x, a.x), std::max(hi.y, a.y));
+  }
+  double margin = std::max({hi.x - lo.x, hi.y - lo.y, 1.0}) * 0.05;
+  lo = DxGePoint2d(lo.x - margin, lo.y - margin);
+  hi = DxGePoint2d(hi.x + margin, hi.y + margin);
+  // The outer frame counter-clockwise, a cut to the boundary, the boundary clockwise and
+  // back along the cut: one polygon whose inside is the frame less the boundary.
+  std::vector<DxGePoint2d> keyhole{lo, {hi.x, lo.y}, hi, {lo.x, hi.y}, lo};
+  if (area > 0) std::reverse(hole.begin(), hole.end());
+  keyhole.insert(keyhole.end(), hole.begin(), hole.end());
+  keyhole.push_back(hole.front());
+  if (extensionDictionary().isNull()) {
+    if (auto es = createExtensionDictionary(); es != Dxad::eOk) return es;
+  }
+  DxDbDictionary* dict = nullptr;
+  if (auto es = dxdbOpenObject(dict, extensionDictionary(), DxDb::kForWrite); es != Dxad::eOk) return es;
+  auto* rec = new DxDbXrecord();
+  DxDbObjectId recId;
+  if (auto es = dict->setAt("ACAD_XREC_ROUNDTRIP", rec, recId); es != Dxad::eOk) {
+    dict->close();
+    delete rec;
+    return es;
+  }
+  dict->close();
+  // The boundary as the user gave it, then the outline it was stored as, so that a
+  // reader can tell whether someone changed the outline since.
+  resbuf* head = dxutNewRb(102);
+  head->resval.rstring = strdup("ACAD_INVERTEDCLIP_ROUNDTRIP");
+  resbuf* tail = head;
+  auto add = [&](const std::vector<DxGePoint2d>& pts) {
+    for (const auto& p : pts) {
+      tail = tail->rbnext = dxutNewRb(10);
+      tail->resval.rpoint[0] = p.x;
+      tail->resval.rpoint[1] = p.y;
+      tail->resval.rpoint[2] = 0;
+    }
+  };
+  add(m_points);
+  tail = tail->rbnext = dxutNewRb(102);
+  tail->resval.rstring = strdup("ACAD_INVERTEDCLIP_ROUNDTRIP_COMPARE");
+  add(keyhole);
+  rec->setFromRbChain(head);
+  dxutRelRb(head);
+  rec->close();
+  m_points = std::move(keyhole);
+  return Dxad::eOk;
+}
 
 std::vector<DxGePoint3d> DxDbSpatialFilter::blockPolygon() const {
   std::vector<DxGePoint2d> pts = invertedBoundary();

@@ -27,6 +27,7 @@ DxDbObjectId filterOf(DxDbObjectId refId) {
 struct Boundary {
   std::vector<DxGePoint3d> world;
   bool rectangle = false;
+  bool inverted = false;  // hides what lies inside
 };
 
 double area2d(const std::vector<DxGePoint2d>& p) {
@@ -81,9 +82,11 @@ void eraseOwned(DxDbObjectId id) {
 bool removeClip(DxDbObjectId refId) {
   DxDbObjectId xdict;
   if (Opened<DxDbBlockReference> ref(refId, DxDb::kForRead); ref) xdict = ref->extensionDictionary();
-  Opened<DxDbDictionary> dict(xdict, DxDb::kForWrite);
+  // Read first: most references have no clip yet, and a write would journal a copy.
+  Opened<DxDbDictionary> dict(xdict, DxDb::kForRead);
   DxDbObjectId filters;
-  if (!dict || dict->getAt(kFilterDict, filters) != Dxad::eOk) return false;
+  if (!dict || dict->getAt(kFilterDict, filters) != Dxad::eOk || dict->upgradeOpen() != Dxad::eOk)
+    return false;
   dict->remove(kFilterDict);
   dict.close();
   eraseOwned(filters);
@@ -96,6 +99,16 @@ bool setClip(DxDbObjectId refId, const Boundary& b) {
   if (!ref) return false;
   DxGeVector3d normal = ref->normal();
   DxGeMatrix3d blockXf = ref->blockTransform();
+  // The reference's extents in its plane: an inverted clip's outline must take them in.
+  DxGePoint2d lo(1e300, 1e300), hi(-1e300, -1e300);
+  if (DxGePoint3d a, c; b.inverted && ref->getGeomExtents(a, c) == Dxad::eOk) {
+    DxGeMatrix3d toPlane = DxGeMatrix3d::worldToPlane(normal);
+    for (int i = 0; i < 8; ++i) {
+      DxGePoint3d q = toPlane * DxGePoint3d(i & 1 ? c.x : a.x, i & 2 ? c.y : a.y, i & 4 ? c.z : a.z);
+      lo = DxGePoint2d(std::min(lo.x, q.x), std::min(lo.y, q.y));
+      hi = DxGePoint2d(std::max(hi.x, q.x), std::max(hi.y, q.y));
+    }
+  }
   auto* filter = new DxDbSpatialFilter();
   if (filter->setDefinition(planePoints(b, normal), normal, blockXf) != Dxad::eOk) {
     delete filter;
@@ -122,6 +135,7 @@ bool setClip(DxDbObjectId refId, const Boundary& b) {
     delete filter;
   } else {
     filter->addPersistentReactor(filtersId);
+    if (b.inverted && filter->setInverted(lo, hi) != Dxad::eOk) filterId = DxDbObjectId();
     filter->close();
   }
   filters->close();
@@ -130,10 +144,18 @@ bool setClip(DxDbObjectId refId, const Boundary& b) {
 
 int askBoundary(Boundary& b) {
   std::string kw;
-  int rc = askKeyword("\nSpecify clipping boundary: [Select polyline/Polygonal/Rectangular] <Rectangular>: ",
-                      "Select Polygonal Rectangular", kw);
-  if (rc == RTCAN) return RTCAN;
-  if (rc == RTNONE) kw = "Rectangular";
+  int rc;
+  for (;;) {
+    rc = askKeyword("\nSpecify clipping boundary or select invert option:\n"
+                    "[Select polyline/Polygonal/Rectangular/Invert clip] <Rectangular>: ",
+                    "Select Polygonal Rectangular Invert", kw);
+    if (rc == RTCAN) return RTCAN;
+    if (rc == RTNONE) kw = "Rectangular";
+    if (kw != "Invert") break;
+    b.inverted = !b.inverted;
+    say(b.inverted ? "\nInside mode - Objects inside boundary will be hidden.\n"
+                   : "\nOutside mode - Objects outside boundary will be hidden.\n");
+  }
   DxGePoint3d p, q;
   if (kw == "Rectangular") {
     if (askPoint("\nSpecify first corner: ", nullptr, p) != RTNORM) return RTCAN;
