@@ -122,6 +122,18 @@ class Xclip(Drawing):
         self.assertIn("No block references", r.stdout)
         self.assertIsNone(spatial_filter(ezdxf.readfile(out).modelspace().query("INSERT")[0]))
 
+    def test_external_reference_is_clipped_like_a_block(self):
+        part = ezdxf.new("R2018")
+        part.modelspace().add_line((0, 0), (4, 3))
+        part.saveas(self.path("part.dxf"))
+        # The part's line runs from 5,5 to 13,11; 9,8 picks it.
+        r, out = self.script(f'-XREF A {self.path("part.dxf")} 5,5 2 2 0\nXCLIP 9,8 "" N R 5,5 9,8\n')
+        self.assertEqual(r.returncode, 0, r.stdout + r.stderr)
+        (xref,) = ezdxf.readfile(out).modelspace().query("INSERT[name=='part']")
+        sf = spatial_filter(xref)
+        self.assertEqual(filter_data(sf)[0], 2)
+        self.assert_block_polygon(xref, sf, [(5, 5), (9, 8)])
+
     def test_undo_gives_back_the_drawing(self):
         self.assert_undo_gives_back('XCLIP 20,20 "" N S 5,0\nXCLIP 20,20 "" OFF\nXCLIP 20,20 "" D\n'
                                     'U\nU\nU\n')

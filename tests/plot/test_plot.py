@@ -364,6 +364,17 @@ class Covering(PlotCase):
                                    for x in (20, 9, 31)]
             self.assertEqual((inside, left, right), (not invert, bool(invert), bool(invert)), name)
 
+    def test_clipped_external_reference(self):
+        part = ezdxf.new("R2018")
+        part.modelspace().add_line((0, 0), (4, 3))
+        part.saveas(self.path("part.dxf"))
+        scr = self.path("clip.scr")
+        with open(scr, "w") as f:
+            f.write(f'-XREF A {self.path("part.dxf")} 5,5 2 2 0\nXCLIP 9,8 "" N R 5,5 9,8\n')
+        pic = self.plot(self.save(ezdxf.new("R2018")), (0, 0, 20, 15), "-s", scr)
+        self.assertTrue(pic.ink(7, 6.5))  # the part's line, 5,5 to 13,11, inside the clip
+        self.assertFalse(pic.ink(11, 9.5, r=3))
+
 
 class Layouts(PlotCase):
     def test_paper_space_shows_model_through_its_viewport(self):
