@@ -93,6 +93,16 @@ FieldDef opt(int code, const char* name = "", Ver minVer = Ver::R12) {
   return f;
 }
 
+// The same for a default that is not a whole number, named by a constant: clang before
+// 18 takes no floating-point template argument.
+template <auto M, const auto& Def>
+FieldDef optRef(int code, const char* name = "", Ver minVer = Ver::R12) {
+  using MT = Member<M>;
+  FieldDef f = req<M>(code, name, minVer);
+  f.isDefault = [](const DxDbObject& o) { return MT::get(o) == Def; };
+  return f;
+}
+
 // A text, point or reference field left out when empty, zero or null.
 template <auto M>
 FieldDef optEmpty(int code, const char* name = "", Ver minVer = Ver::R12) {

@@ -19,14 +19,14 @@ struct Access::Schemas<DxDbCircle> {
   static void define() {
     entity<DxDbCircle>("CIRCLE",
                        {sub("AcDbCircle", {
-                                              opt<&DxDbCircle::m_thickness, 0.0>(39, "thickness"),
+                                              opt<&DxDbCircle::m_thickness, 0>(39, "thickness"),
                                               req<&DxDbCircle::m_center>(10, "center"),
                                               req<&DxDbCircle::m_radius>(40, "radius"),
                                               normal<&DxDbCircle::m_normal>(),
                                           })});
     entity<DxDbArc>("ARC", {sub("AcDbCircle",
                                 {
-                                    opt<&DxDbArc::m_thickness, 0.0>(39, "thickness"),
+                                    opt<&DxDbArc::m_thickness, 0>(39, "thickness"),
                                     req<&DxDbArc::m_center>(10, "center"),
                                     req<&DxDbArc::m_radius>(40, "radius"),
                                     normal<&DxDbArc::m_normal>(),

@@ -25,11 +25,11 @@ struct Access::Schemas<DxDbDimension> {
                                     req<&D::m_type>(70, "dimtype"),
                                     opt<&D::m_attach, 5>(71, "attachment_point"),
                                     opt<&D::m_lsStyle, 1>(72, "line_spacing_style"),
-                                    opt<&D::m_lsFactor, 1.0>(41, "line_spacing_factor"),
+                                    opt<&D::m_lsFactor, 1>(41, "line_spacing_factor"),
                                     optEmpty<&D::m_measurement>(42, "actual_measurement"),
                                     optEmpty<&D::m_text>(1, "text"),
-                                    opt<&D::m_textRotDeg, 0.0>(53, "text_rotation"),
-                                    opt<&D::m_hdirDeg, 0.0>(51, "horizontal_direction"),
+                                    opt<&D::m_textRotDeg, 0>(53, "text_rotation"),
+                                    opt<&D::m_hdirDeg, 0>(51, "horizontal_direction"),
                                     normal<&D::m_normal>(),
                                     nameRef<&D::m_dimstyle, Table::DimStyle>(3, "dimstyle"),
                                 });
@@ -40,8 +40,8 @@ struct Access::Schemas<DxDbDimension> {
     return sub("AcDbAlignedDimension", {
                                            req<&D::m_xline1>(13, "defpoint2"),
                                            req<&D::m_xline2>(14, "defpoint3"),
-                                           opt<&D::m_rotationDeg, 0.0>(50, "angle"),
-                                           opt<&D::m_obliqueDeg, 0.0>(52, "oblique_angle"),
+                                           opt<&D::m_rotationDeg, 0>(50, "angle"),
+                                           opt<&D::m_obliqueDeg, 0>(52, "oblique_angle"),
                                        });
   }
 

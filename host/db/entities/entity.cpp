@@ -67,7 +67,7 @@ struct Access::Schemas<DxDbEntity> {
                        },
                        "color"),
                    opt<&E::m_lineweight, -1>(370, "lineweight", Ver::R2000),
-                   opt<&E::m_ltscale, 1.0>(48, "ltscale", Ver::R2000),
+                   opt<&E::m_ltscale, 1>(48, "ltscale", Ver::R2000),
                    opt<&E::m_invisible, false>(60, "invisible"),
                    minVersion(custom(
                                   420, {},

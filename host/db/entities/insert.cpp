@@ -39,11 +39,11 @@ struct Access::Schemas<DxDbBlockReference> {
                           if (s[i] != 1.0 || out.entityList) out.real(41 + i, s[i]);
                       },
                       nullptr, "scale"),
-                  opt<&B::m_rotationDeg, 0.0>(50, "rotation"),
+                  opt<&B::m_rotationDeg, 0>(50, "rotation"),
                   opt<&B::m_cols, 1>(70, "column_count"),
                   opt<&B::m_rows, 1>(71, "row_count"),
-                  opt<&B::m_colSpacing, 0.0>(44, "column_spacing"),
-                  opt<&B::m_rowSpacing, 0.0>(45, "row_spacing"),
+                  opt<&B::m_colSpacing, 0>(44, "column_spacing"),
+                  opt<&B::m_rowSpacing, 0>(45, "row_spacing"),
                   normal<&B::m_normal>(),
               });
       s.alts = {"AcDbMInsertBlock"};

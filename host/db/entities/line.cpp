@@ -16,7 +16,7 @@ template <>
 struct Access::Schemas<DxDbLine> {
   static void define() {
     entity<DxDbLine>("LINE", {sub("AcDbLine", {
-                                                  opt<&DxDbLine::m_thickness, 0.0>(39, "thickness"),
+                                                  opt<&DxDbLine::m_thickness, 0>(39, "thickness"),
                                                   req<&DxDbLine::m_start>(10, "start"),
                                                   req<&DxDbLine::m_end>(11, "end"),
                                                   normal<&DxDbLine::m_normal>(),

@@ -79,7 +79,7 @@ struct Access::Schemas<DxDbMText> {
                              [](const DxDbObject& o) { return !Access::self<M>(o).m_hasRotation; },
                              "rotation"),
                          opt<&M::m_lsStyle, 1>(73, "line_spacing_style"),
-                         opt<&M::m_lsFactor, 1.0>(44, "line_spacing_factor"),
+                         opt<&M::m_lsFactor, 1>(44, "line_spacing_factor"),
                      })});
       // The file gives the rotation (and any other angle) of a multiline text in radians.
       sc->angles = AngleUnit::Radians;

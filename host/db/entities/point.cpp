@@ -17,9 +17,9 @@ struct Access::Schemas<DxDbPoint> {
     entity<DxDbPoint>("POINT",
                       {sub("AcDbPoint", {
                                             req<&DxDbPoint::m_pos>(10, "location"),
-                                            opt<&DxDbPoint::m_thickness, 0.0>(39, "thickness"),
+                                            opt<&DxDbPoint::m_thickness, 0>(39, "thickness"),
                                             normal<&DxDbPoint::m_normal>(),
-                                            opt<&DxDbPoint::m_xAngleDeg, 0.0>(50, "angle"),
+                                            opt<&DxDbPoint::m_xAngleDeg, 0>(50, "angle"),
                                         })});
   }
 };

@@ -67,9 +67,9 @@ struct Access::Schemas<DxDbPolyline> {
                                                c, Access::self<DxDbPolyline>(o).m_verts.size());
                                          }),
                                  req<&DxDbPolyline::m_flags>(70, "flags"),
-                                 opt<&DxDbPolyline::m_constWidth, 0.0>(43, "const_width"),
-                                 opt<&DxDbPolyline::m_elevation, 0.0>(38, "elevation"),
-                                 opt<&DxDbPolyline::m_thickness, 0.0>(39, "thickness"),
+                                 opt<&DxDbPolyline::m_constWidth, 0>(43, "const_width"),
+                                 opt<&DxDbPolyline::m_elevation, 0>(38, "elevation"),
+                                 opt<&DxDbPolyline::m_thickness, 0>(39, "thickness"),
                                  lwVertices(),
                                  normal<&DxDbPolyline::m_normal>(),
                              })});

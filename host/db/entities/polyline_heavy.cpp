@@ -44,10 +44,10 @@ struct Access::Schemas<DxDbPolylineHeavy> {
                       66, [](const DxDbObject&, Sink& out, int c) { out.integer(c, 1); },
                       [](const DxDbObject&) { return false; }),
                   req<&P::m_elevation>(10, "elevation"),
-                  opt<&P::m_thickness, 0.0>(39, "thickness"),
+                  opt<&P::m_thickness, 0>(39, "thickness"),
                   req<&P::m_flags>(70, "flags"),
-                  opt<&P::m_startWidth, 0.0>(40, "default_start_width"),
-                  opt<&P::m_endWidth, 0.0>(41, "default_end_width"),
+                  opt<&P::m_startWidth, 0>(40, "default_start_width"),
+                  opt<&P::m_endWidth, 0>(41, "default_end_width"),
                   opt<&P::m_meshM, 0>(71, "m_count"),
                   opt<&P::m_meshN, 0>(72, "n_count"),
                   opt<&P::m_smoothM, 0>(73, "m_smooth_density"),
@@ -63,11 +63,11 @@ struct Access::Schemas<DxDbPolylineHeavy> {
       using V = DxDbVertex;
       SubclassDef s = sub("AcDb2dVertex", {
                                               req<&V::m_pos>(10, "location"),
-                                              opt<&V::m_startWidth, 0.0>(40, "start_width"),
-                                              opt<&V::m_endWidth, 0.0>(41, "end_width"),
-                                              opt<&V::m_bulge, 0.0>(42, "bulge"),
+                                              opt<&V::m_startWidth, 0>(40, "start_width"),
+                                              opt<&V::m_endWidth, 0>(41, "end_width"),
+                                              opt<&V::m_bulge, 0>(42, "bulge"),
                                               req<&V::m_flags>(70, "flags"),
-                                              opt<&V::m_tangentDeg, 0.0>(50, "tangent"),
+                                              opt<&V::m_tangentDeg, 0>(50, "tangent"),
                                           });
       s.alts = {"AcDb3dPolylineVertex", "AcDbPolyFaceMeshVertex", "AcDbPolygonMeshVertex",
                 "AcDbFaceRecord"};

@@ -18,7 +18,7 @@ struct Access::Schemas<DxDbSolid> {
     entity<DxDbSolid>(
         "SOLID", {sub("AcDbTrace",
                       {
-                          opt<&DxDbSolid::m_thickness, 0.0>(39, "thickness"),
+                          opt<&DxDbSolid::m_thickness, 0>(39, "thickness"),
                           FieldDef([] {
                             FieldDef f;
                             f.code = 10;

@@ -12,6 +12,10 @@ DX_DEFINE_CONCRETE(DxDbSpline, DxDbCurve, "SPLINE")
 
 namespace dx::db {
 
+namespace {
+constexpr double kDefaultTolerance = 1e-10;  // what a file leaves out for groups 42 to 44
+}
+
 template <>
 struct Access::Schemas<DxDbSpline> {
   static void define() {
@@ -30,9 +34,9 @@ struct Access::Schemas<DxDbSpline> {
                                   int c) { out.integer(c, Access::self<S>(o).m_ctrl.size()); }),
                    derived(74, [](const DxDbObject& o, Sink& out,
                                   int c) { out.integer(c, Access::self<S>(o).m_fit.size()); }),
-                   opt<&S::m_knotTol, 1e-10>(42, "knot_tolerance"),
-                   opt<&S::m_ctrlTol, 1e-10>(43, "control_point_tolerance"),
-                   opt<&S::m_fitTol, 1e-10>(44, "fit_tolerance"),
+                   optRef<&S::m_knotTol, kDefaultTolerance>(42, "knot_tolerance"),
+                   optRef<&S::m_ctrlTol, kDefaultTolerance>(43, "control_point_tolerance"),
+                   optRef<&S::m_fitTol, kDefaultTolerance>(44, "fit_tolerance"),
                    optEmpty<&S::m_startTan>(12, "start_tangent"),
                    optEmpty<&S::m_endTan>(13, "end_tangent"),
                    custom(

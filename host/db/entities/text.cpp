@@ -20,13 +20,13 @@ struct Access::Schemas<DxDbText> {
   static SubclassDef textFirstSub() {
     using T = DxDbText;
     return sub("AcDbText", {
-                               opt<&T::m_thickness, 0.0>(39, "thickness"),
+                               opt<&T::m_thickness, 0>(39, "thickness"),
                                req<&T::m_pos>(10, "position"),
                                req<&T::m_height>(40, "height"),
                                req<&T::m_text>(1, "text"),
-                               opt<&T::m_rotationDeg, 0.0>(50, "rotation"),
-                               opt<&T::m_widthFactor, 1.0>(41, "width"),
-                               opt<&T::m_obliqueDeg, 0.0>(51, "oblique"),
+                               opt<&T::m_rotationDeg, 0>(50, "rotation"),
+                               opt<&T::m_widthFactor, 1>(41, "width"),
+                               opt<&T::m_obliqueDeg, 0>(51, "oblique"),
                                nameRef<&T::m_style, Table::Style>(7, "style", true),
                                opt<&T::m_genFlags, 0>(71, "generation"),
                                opt<&T::m_hmode, 0>(72, "halign"),
