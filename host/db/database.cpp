@@ -368,6 +368,9 @@ DxDbObjectId byHeaderName(const DatabaseImpl& db, const char* var, Table t, cons
 ErrorStatus setHeaderName(DatabaseImpl& db, const char* var, int code, Table t, DxDbObjectId id) {
   auto* r = DxRxObject::cast<DxDbSymbolTableRecord>(liveObjectOf(id));
   if (!r || r->ownerId() != db.tables[size_t(t)]) return Dxad::eInvalidInput;
+  // Names match records whatever their case: naming the same record again keeps the
+  // file's spelling, so that restoring a saved value changes nothing.
+  if (db.recordId(t, db.headerString(var, "")) == id) return Dxad::eOk;
   db.setHeaderString(var, code, r->getName());
   return Dxad::eOk;
 }

@@ -266,7 +266,10 @@ class BadInput(Drawing):
 
     def test_script_out_of_answers(self):
         r, out = self.script("LINE 0,0 5,5\n")
-        self.assert_unchanged_and_stopped(r, out, "waiting for an answer")
+        self.assert_unchanged_and_stopped(r, out, "LINE was waiting for an answer")
+        # A variable typed by its name: the prompt says which.
+        r, out = self.script("CELTYPE\n")
+        self.assert_unchanged_and_stopped(r, out, 'the input ended at "Enter new value for CELTYPE')
 
     def test_malformed_point_is_asked_again(self):
         r, out = self.script("LINE 0,0 1,2,3,4 x,y 5,5 \"\"\n")

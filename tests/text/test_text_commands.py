@@ -218,9 +218,13 @@ class Txt2mtxtSelection(TextDrawing):
         self.assertSameAsInput(self.out)
 
     def test_cancel_at_the_prompt_changes_nothing(self):
+        # Older programs spell the current linetype in capitals: it stays so.
+        self.doc.header["$CELTYPE"] = "BYLAYER"
         self.text("A", "stays", 0, 0)
-        self.run_script("txt2mtxt ^C\n")
-        self.assertSameAsInput(self.out)
+        for command in ("txt2mtxt ^C\n", "tcount ^C\n"):
+            doc = self.run_script(command)
+            self.assertEqual(doc.header["$CELTYPE"], "BYLAYER", command)
+            self.assertSameAsInput(self.out)
 
     def test_one_U_gives_back_every_original_text(self):
         for i in range(6):

@@ -93,7 +93,10 @@ int Driver::run() {
         std::string p = t->prompt;
         while (!p.empty() && (p.front() == '\n' || p.front() == ' ')) p.erase(0, 1);
         while (!p.empty() && (p.back() == ' ' || p.back() == '\n')) p.pop_back();
-        m_failure = "the input ended while " + s.cmdNames() + " was waiting for an answer to \"" + p + "\"";
+        // A variable typed by its name is asked by no command that has a name to give.
+        std::string who = s.cmdNames();
+        m_failure = "the input ended " + (who.empty() ? "at" : "while " + who + " was waiting for an answer to") +
+                    " \"" + p + "\"";
         output().message("\n" + p + "\n");
         s.cancelAll();
         return 1;
