@@ -736,6 +736,8 @@ class DxDbUnknownEntity : public DxDbEntity {
   DX_DB_ENTITY_CLASS(DxDbUnknownEntity);
   DxDbUnknownEntity() = default;
   const std::string& dxfName() const { return m_dxfName; }
+  // The box of the points among its kept groups.
+  Dxad::ErrorStatus getGeomExtents(DxGePoint3d&, DxGePoint3d&) const override;
 
  private:
   friend struct dx::db::Access;

@@ -56,11 +56,12 @@ double styleHeight(const std::string& style) {
   return h > 0 ? h : 1.0;
 }
 
-// The first shape file among the text styles, for shapes (a shape names no style).
-std::string shapeStyle() {
+// The file of the first shape-file style, for shapes (a shape names no style; the
+// linetype file names the shape file).
+std::string shapeFile() {
   for (CResbufPtr rec(dxdbTblNext("STYLE", 1)); rec; rec.reset(dxdbTblNext("STYLE"))) {
     const resbuf* flags = group(rec.get(), 70);
-    if (flags && (flags->resval.rint & 1)) return groupText(rec.get(), 2);
+    if (flags && (flags->resval.rint & 1)) return groupText(rec.get(), 3);
   }
   return "";
 }
@@ -104,7 +105,7 @@ void addEntity(const Frame& f, const dx_name ename, std::vector<PatternPiece>& o
     PatternElement& e = p.element;
     e.kind = text ? PatternElement::kText : PatternElement::kShape;
     e.body = groupText(list.get(), text ? 1 : 2);
-    e.style = text ? groupText(list.get(), 7) : shapeStyle();
+    e.style = text ? groupText(list.get(), 7) : shapeFile();
     if (text && e.style.empty()) e.style = "Standard";  // the list leaves the default style out
     e.scale = text ? realOf(list.get(), 40) / styleHeight(e.style) : realOf(list.get(), 40, 1);
     e.rotationDeg = linRotationDegrees(realOf(list.get(), 50), 0, f.direction);

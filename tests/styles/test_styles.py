@@ -242,6 +242,15 @@ class DimensionStyles(Session):
         self.assertFalse(out.dimstyles.has_entry("METRIC"))
 
 
+def write_shx(path):
+    """A compiled shape file of two shapes: BOX (131) and TRACK1 (132)."""
+    shapes = [(131, b"BOX\x00\x01\x10\x00"), (132, b"TRACK1\x00\x01\x14\x00")]
+    shx = b"AutoCAD-86 shapes 1.0\r\n\x1a" + struct.pack("<HHH", 131, 132, len(shapes))
+    shx += b"".join(struct.pack("<HH", n, len(d)) for n, d in shapes) + b"".join(d for _, d in shapes)
+    with open(path, "wb") as f:
+        f.write(shx)
+
+
 def ltype_tags(doc, name):
     return [(t.code, t.value) for t in doc.linetypes.get(name).pattern_tags.tags]
 
@@ -297,6 +306,23 @@ class MakeLinetype(Session):
             self.assertEqual(f.read().splitlines()[1], "A,5,-5,5")
         self.assertEqual([v for c, v in ltype_tags(out, "TURNED") if c == 49], [5, -5, 5])
 
+    def test_a_shape_becomes_a_shape_element_of_its_file(self):
+        write_shx(self.path("shapes.shx"))
+        doc = ezdxf.new("R2018")
+        doc.styles.new("SHP", dxfattribs={"font": "shapes.shx", "flags": 1})
+        msp = doc.modelspace()
+        msp.add_line((0, 0), (4, 0))
+        msp.add_line((6, 0), (10, 0))
+        msp.add_shape("TRACK1", (5, 0.5), size=0.5).dxf.rotation = 90
+        src = self.path("shape.dxf")
+        doc.saveas(src)
+        out = self.run_script(src, 'FILEDIA 0\nMKLTYPE s.lin TRACKS . 0,0 10,0 W -1,-2 11,2 ""\n')
+        with open(self.path("s.lin")) as f:
+            self.assertEqual(f.read().splitlines()[1], "A,4,[TRACK1,shapes.shx,S=0.5,R=-270,X=1,Y=0.5],-2,4")
+        tags = ltype_tags(out, "TRACKS")
+        self.assertIn((74, 4), tags)
+        self.assertIn((75, 132), tags)
+
     def test_redefining_asks_and_no_keeps_the_file(self):
         src = self.fence_drawing()
         with open(self.path("my.lin"), "w") as f:
@@ -332,11 +358,7 @@ class MakeLinetype(Session):
 class LoadComplexLinetypes(Session):
     def test_text_and_shape_elements_are_kept_as_the_dxf_reference_lays_them_out(self):
         # A compiled shape file with two shapes, and the source of another one.
-        shapes = [(131, b"BOX\x00\x01\x10\x00"), (132, b"TRACK1\x00\x01\x14\x00")]
-        shx = b"AutoCAD-86 shapes 1.0\r\n\x1a" + struct.pack("<HHH", 131, 132, len(shapes))
-        shx += b"".join(struct.pack("<HH", n, len(d)) for n, d in shapes) + b"".join(d for _, d in shapes)
-        with open(self.path("shapes.shx"), "wb") as f:
-            f.write(shx)
+        write_shx(self.path("shapes.shx"))
         with open(self.path("srconly.shp"), "w") as f:
             f.write("*200,4,ZIG\n014,010,01C,0\n")
         with open(self.path("complex.lin"), "w") as f:

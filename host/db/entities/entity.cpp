@@ -1,5 +1,6 @@
 // What every entity has (layer, linetype, colour, lineweight, visibility) and the
 // entities of classes the host does not model, kept whole.
+#include <algorithm>
 #include <cmath>
 
 #include "host/db/family.h"
@@ -203,4 +204,19 @@ ErrorStatus DxDbEntity::highlight() {
 ErrorStatus DxDbEntity::unhighlight() {
   m_highlighted = false;
   return Dxad::eOk;
+}
+
+// Kept point groups give an unmodelled entity its place, so a window can select it.
+Dxad::ErrorStatus DxDbUnknownEntity::getGeomExtents(DxGePoint3d& lo, DxGePoint3d& hi) const {
+  const ObjectExtras* extras = Access::extras(*this);
+  bool any = false;
+  for (const ExtraRun& run : extras ? extras->runs : std::vector<ExtraRun>{})
+    for (const XTag& t : run.tags) {
+      if (t.code < 10 || t.code > 18 || t.dims == 0) continue;
+      const DxGePoint3d p(t.v[0], t.v[1], t.dims == 3 ? t.v[2] : 0.0);
+      lo = any ? DxGePoint3d(std::min(lo.x, p.x), std::min(lo.y, p.y), std::min(lo.z, p.z)) : p;
+      hi = any ? DxGePoint3d(std::max(hi.x, p.x), std::max(hi.y, p.y), std::max(hi.z, p.z)) : p;
+      any = true;
+    }
+  return any ? Dxad::eOk : Dxad::eInvalidInput;
 }
