@@ -11,6 +11,7 @@ PACKAGES=(
   libboost-context-dev             # one stack per running command
   libfreetype-dev libfontconfig-dev fonts-dejavu-core
   libpolyclipping-dev libcairo2-dev
+  libgraphicsmagick++1-dev         # raster images decoded for plots
   fonts-vlgothic                   # Japanese glyphs for plotted text
   poppler-utils                    # tests read plotted PDF back with pdftoppm
   libgraphicsmagick++1-dev         # raster image sizes and resolutions (BMP, CALS, JPEG, PNG, GIF, PCX, TGA, TIFF)

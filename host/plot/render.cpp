@@ -643,16 +643,8 @@ void Renderer::drawImage(DxDbRasterImage* img, const Context& ctx, const Pen& pe
     std::filesystem::path p(file);
     if (p.is_relative() && m_db->originalFileName() && *m_db->originalFileName())
       p = std::filesystem::path(m_db->originalFileName()).parent_path() / p;
-    std::string ext = p.extension().string();
-    std::transform(ext.begin(), ext.end(), ext.begin(), ::tolower);
     std::error_code ec;
-    if (ext == ".png" && std::filesystem::is_regular_file(p, ec)) {
-      pic = cairo_image_surface_create_from_png(p.c_str());
-      if (cairo_surface_status(pic) != CAIRO_STATUS_SUCCESS) {
-        cairo_surface_destroy(pic);
-        pic = nullptr;
-      }
-    }
+    if (std::filesystem::is_regular_file(p, ec)) pic = loadPicture(p.string());
   }
   if (pic) {
     DxGePoint3d origin;

@@ -209,6 +209,9 @@ class Renderer {
   friend void drawHatch(Renderer&, DxDbHatch*, const DxGeMatrix3d&, const Pen&);
 };
 
+// A raster file as a cairo surface (null when it cannot be decoded).
+cairo_surface_t* loadPicture(const std::string& path);
+
 // Hatches: solid fills and pattern lines inside the boundary, islands left open.
 void drawHatch(Renderer& r, DxDbHatch* h, const DxGeMatrix3d& m, const Pen& pen);
 

@@ -330,6 +330,27 @@ class Covering(PlotCase):
         self.assertTrue(pic.ink(15, 7))  # drawn after: shown
         self.assertTrue(pic.ink(15, 3))  # sorted after: shown
 
+    def test_image_shows_its_picture_inside_its_clip(self):
+        # Left half red, right half blue with a green top, 40 by 20 pixels, beside the drawing.
+        pic = Image.new("RGB", (40, 20), (0, 0, 255))
+        pic.paste((255, 0, 0), (0, 0, 20, 20))
+        pic.paste((0, 255, 0), (20, 0, 40, 10))
+        pic.save(self.path("pic.bmp"))
+        doc = ezdxf.new("R2018")
+        msp = doc.modelspace()
+        idef = doc.add_image_def(filename="pic.bmp", size_in_pixel=(40, 20))
+        msp.add_image(idef, insert=(5, 5), size_in_units=(20, 10))
+        clipped = msp.add_image(idef, insert=(5, 18), size_in_units=(20, 10))
+        clipped.set_boundary_path([(0, 0), (10, 20)])  # pixels: the left quarter
+        out = self.plot(self.save(doc))
+        red = lambda c: c[0] > 200 and c[1] < 60 and c[2] < 60
+        blue = lambda c: c[2] > 200 and c[0] < 60 and c[1] < 60
+        self.assertTrue(all(red(c) for c in out.colours(10, 10)))
+        self.assertTrue(all(blue(c) for c in out.colours(20, 7)))
+        self.assertTrue(all(c[1] > 200 and c[0] < 60 for c in out.colours(20, 13)))
+        self.assertTrue(all(red(c) for c in out.colours(7, 23)))
+        self.assertFalse(any(red(c) or blue(c) for c in out.colours(15, 23, r=6)))
+
     def sample(self, name):
         p = os.path.join(SHARED, "dxf", name)
         if not os.path.isfile(p):
