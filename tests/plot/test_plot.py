@@ -154,6 +154,26 @@ class Geometry(PlotCase):
         self.assertFalse(pic.ink(10, 10, r=20))
         self.assertFalse(pic.ink(25, 10, r=20))
 
+    def test_hatch_edges_arcs_and_pattern_angle(self):
+        doc = ezdxf.new("R2018")
+        msp = doc.modelspace()
+        hatch = msp.add_hatch(color=1)
+        hatch.paths.add_polyline_path([(0, 0), (20, 0), (20, 20), (0, 20)], is_closed=True, flags=1)
+        # An island of edges: the upper half of a circle about (10, 10), closed by its diameter.
+        edges = hatch.paths.add_edge_path(flags=16)
+        edges.add_arc((10, 10), 5, 0, 180, ccw=True)
+        edges.add_line((5, 10), (15, 10))
+        # Vertical pattern lines (90 degrees) three units apart from x = 25 (the offset is
+        # given in drawing axes, as the file keeps it).
+        lines = msp.add_hatch(color=5)
+        lines.set_pattern_fill("USER", definition=[[90, (25, 0), (-3, 0), []]])
+        lines.paths.add_polyline_path([(24, 0), (38, 0), (38, 20), (24, 20)], is_closed=True, flags=1)
+        pic = self.plot(self.save(doc))
+        self.assertFalse(pic.ink(10, 13, r=20))  # inside the half disc
+        self.assertTrue(pic.ink(10, 7) and pic.ink(3, 14))
+        self.assertTrue(pic.ink(28, 10, r=1) and pic.ink(31, 15, r=1))
+        self.assertFalse(pic.ink(29.5, 10, r=10))
+
     def test_pattern_hatch_draws_lines_inside_only(self):
         doc = ezdxf.new("R2018")
         hatch = doc.modelspace().add_hatch(color=5)
