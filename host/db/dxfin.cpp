@@ -1,4 +1,5 @@
 // Reading a DXF file into a database.
+#include <cstdio>
 #include <cstring>
 #include <deque>
 #include <unordered_map>
@@ -447,6 +448,11 @@ void Reader::finishSequence() {
 }
 
 DxDbObject* Reader::makeEntity(Record& rec, DxDbObjectId defaultOwner) {
+  if (rec.type == "BLOCK" || rec.type == "ENDBLK") {
+    // Block markers belong to their block record, never to a list of entities.
+    m_db.repairs.push_back("line " + std::to_string(rec.line) + ": " + rec.type + " outside the BLOCKS section was dropped");
+    return nullptr;
+  }
   bool sub = rec.type == "ATTRIB" || rec.type == "VERTEX" || rec.type == "SEQEND";
   if (sub && !m_seqParent) {
     if (rec.type == "SEQEND") return nullptr;  // stray end marker
@@ -515,8 +521,7 @@ bool Reader::readTables() {
         if (x.code != 2) rest.push_back(x);
       rec.tags = std::move(rest);
       if (!m_db.tables[size_t(current)].isNull()) continue;  // a repeated table: records join
-      DxDbSymbolTable* tab = makeTable(current);
-      Access::tableName(*tab) = std::string(name);
+      DxDbSymbolTable* tab = makeTable(current);  // under its standard name, whatever the file's spelling
       rec.hasOwner = false;
       Stub* s = rec.hasHandle && !m_db.stubFor(rec.handle)->obj ? m_db.stubFor(rec.handle) : m_db.newStub();
       m_db.tables[size_t(current)] = m_db.attach(tab, s);
@@ -529,13 +534,22 @@ bool Reader::readTables() {
     DxRxClass* cls = classForDxfName(rec.type);
     if (!cls || !cls->isDerivedFrom(Access::recordClass(*tab))) {
       // Another table's record (or no record at all) cannot join this table.
-      m_db.repairs.push_back("line " + std::to_string(rec.line) + ": a " + dxf::quoted(rec.type) +
-                             " record in the " + Access::tableName(*tab) + " table was dropped");
+      m_db.repairs.push_back("line " + std::to_string(rec.line) + ": a " +
+                             (rec.type.empty() ? "nameless" : dxf::quoted(rec.type)) + " record in the " +
+                             Access::tableName(*tab) + " table was dropped");
       continue;
     }
     DxDbObject* o = makeObject(rec, false);
     auto* r = static_cast<DxDbSymbolTableRecord*>(o);
     applyTags(*o, *schemaOf(*o), rec.tags, m_ctx);
+    if (r->getName().empty()) {
+      // Every record is found by its name, and readers refuse a table entry without one.
+      char name[32];
+      std::snprintf(name, sizeof name, "NONAME_%llX", static_cast<unsigned long long>(o->objectId().stub()->handle));
+      Access::name(*r) = name;
+      m_db.repairs.push_back("line " + std::to_string(rec.line) + ": a " + Access::tableName(*tab) +
+                             " record without a name was named " + name);
+    }
     Access::owner(*o) = tab->objectId();
     Access::records(*tab).push_back(o->objectId());
     Access::index(*tab).emplace(upperKey(r->getName()), o->objectId());

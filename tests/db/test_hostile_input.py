@@ -265,6 +265,25 @@ class HostileInput(unittest.TestCase):
         self.assertLess(len(r.stderr), 200 + len(bad) + 40)
         self.assertEqual(r.stderr.count("line "), 1, r.stderr)
 
+    def test_fuzzer_findings_load_or_are_refused_and_what_is_saved_loads(self):
+        # Each file is the smallest input a fuzzer found that broke the host: it opens
+        # (then its repairs are said, and the saved copy opens again) or it is refused
+        # with a one-line message.
+        folder = os.path.join(os.path.dirname(os.path.abspath(__file__)), "fuzz_findings")
+        names = sorted(os.listdir(folder))
+        self.assertTrue(names)
+        for name in names:
+            with self.subTest(finding=name):
+                dst = self.out(name)
+                r = run(os.path.join(folder, name), "-o", dst)
+                self.assertIn(r.returncode, (0, 1), r.stderr)  # a signal is a crash
+                if r.returncode == 1:
+                    self.assertEqual(len(r.stderr.splitlines()), 1, r.stderr)
+                    continue
+                again = run(dst, "-o", self.out("again.dxf"))
+                self.assertEqual(again.returncode, 0, again.stderr)
+                self.assertSound(dst)
+
 
 if __name__ == "__main__":
     unittest.main(verbosity=2)

@@ -66,9 +66,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     driver.push(std::make_unique<TextSource>(command, "fuzz"));
     driver.run();
   }
-  if (doc->database()->saveAs(out.c_str(), DxDb::kDHL_1032) != Dxad::eOk) std::abort();
+  if (doc->database()->saveAs(out.c_str(), DxDb::kDHL_1032) != Dxad::eOk) {
+    std::fprintf(stderr, "the drawing does not save: %s\n", doc->database()->lastError().c_str());
+    std::abort();
+  }
   DxDbDatabase again(false);
-  if (again.readDwgFile(out.c_str()) != Dxad::eOk) std::abort();
+  if (again.readDwgFile(out.c_str()) != Dxad::eOk) {
+    std::fprintf(stderr, "the saved file does not load: %s\n", again.lastError().c_str());
+    std::abort();
+  }
   s.setCurrent(before);
   s.closeDocument(doc);
   std::remove(in.c_str());

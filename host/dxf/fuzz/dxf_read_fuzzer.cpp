@@ -2,6 +2,7 @@
 // one-line message; what loads must save, and what it saved must load again.
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -17,6 +18,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   dx::dxf::TagWriter w;
   dx::db::writeDxf(*dx::db::implOf(&db), dx::db::Ver::R2018, w);
   DxDbDatabase again(false);
-  if (again.readDxfFromBuffer(w.buffer()) != Dxad::eOk) std::abort();
+  if (again.readDxfFromBuffer(w.buffer()) != Dxad::eOk) {
+    std::fprintf(stderr, "the written file does not load: %s\n", again.lastError().c_str());
+    std::abort();
+  }
   return 0;
 }
