@@ -10,7 +10,9 @@
 #include "host/editor/raster/raster_file.h"
 
 using dx::ed::RasterInfo;
+using dx::ed::RasterPixels;
 using dx::ed::readRasterInfo;
+using dx::ed::readRasterPixels;
 namespace fs = std::filesystem;
 
 namespace {
@@ -78,6 +80,37 @@ TEST_F(RasterFiles, UnreadableFilesGiveAReasonNotAnImage) {
     EXPECT_FALSE(why.empty()) << path;
     EXPECT_EQ(why.find("Magick:"), std::string::npos) << why;
   }
+}
+
+TEST_F(RasterFiles, PixelsComeTopRowFirstWithTheirTransparency) {
+  // 3 x 2: red in the top left corner, blue below it, half-transparent green at the
+  // top right; the BMP copy has no transparency and stands opaque.
+  Magick::Image img(Magick::Geometry(3, 2), Magick::Color("white"));
+  img.matte(true);
+  img.pixelColor(0, 0, Magick::Color("red"));
+  img.pixelColor(0, 1, Magick::Color("blue"));
+  img.pixelColor(2, 0, Magick::Color("#00FF0080"));
+  img.write((dir / "p.png").string());
+  img.matte(false);
+  img.write((dir / "p.bmp").string());
+  for (const char* name : {"p.png", "p.bmp"}) {
+    RasterPixels px;
+    std::string why;
+    ASSERT_TRUE(readRasterPixels((dir / name).string(), px, why)) << name << ": " << why;
+    ASSERT_EQ(px.width, 3);
+    ASSERT_EQ(px.height, 2);
+    auto at = [&](int x, int y, int c) { return int(px.bgra[size_t(y * 3 + x) * 4 + c]); };
+    EXPECT_EQ(at(0, 0, 2), 255) << name;  // red
+    EXPECT_EQ(at(0, 0, 0), 0) << name;
+    EXPECT_EQ(at(0, 1, 0), 255) << name;  // blue
+    EXPECT_EQ(at(0, 1, 2), 0) << name;
+    EXPECT_EQ(at(1, 1, 3), 255) << name;
+    EXPECT_NEAR(at(2, 0, 3), std::string(name) == "p.png" ? 128 : 255, 1) << name;
+  }
+  RasterPixels px;
+  std::string why;
+  EXPECT_FALSE(readRasterPixels((dir / "none.png").string(), px, why));
+  EXPECT_EQ(why, "file not found");
 }
 
 }  // namespace
