@@ -8,13 +8,13 @@ PACKAGES=(
   build-essential cmake pkg-config git
   clang libclang-rt-dev            # fuzzing (libFuzzer) and sanitizers
   libgtest-dev libgmock-dev libbenchmark-dev
+  libdxflib-dev                    # the load benchmark's yardstick (bench/db)
   libboost-context-dev             # one stack per running command
   libfreetype-dev libfontconfig-dev fonts-dejavu-core
   libpolyclipping-dev libcairo2-dev
-  libgraphicsmagick++1-dev         # raster images decoded for plots
   fonts-vlgothic                   # Japanese glyphs for plotted text
   poppler-utils                    # tests read plotted PDF back with pdftoppm
-  libgraphicsmagick++1-dev         # raster image sizes and resolutions (BMP, CALS, JPEG, PNG, GIF, PCX, TGA, TIFF)
+  libgraphicsmagick++1-dev         # raster images: sizes, resolutions, pixels for plots
   libreadline-dev libcli11-dev libfmt-dev
   python3 python3-ezdxf            # independent DXF reader used by the tests
   python3-pil                      # plot tests read PNG pixels

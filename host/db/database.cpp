@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -211,43 +212,49 @@ DxDbDatabase::~DxDbDatabase() {
   for (auto* r : m_impl->reactors) r->goodbye(this);
 }
 
-ErrorStatus DxDbDatabase::readDxfFromBuffer(std::string data) {
-  auto fresh = std::make_unique<DatabaseImpl>(this);
+namespace {
+// The drawing is read into a fresh state, which takes the place of the old one only once
+// the whole file loaded.
+ErrorStatus loadInto(DxDbDatabase* owner, std::unique_ptr<DatabaseImpl>& impl, dx::dxf::Bytes data) {
+  auto fresh = std::make_unique<DatabaseImpl>(owner);
   std::string err;
   if (!readDxf(*fresh, std::move(data), err)) {
-    m_impl->lastError = err;
+    impl->lastError = err;
     return Dxad::eBadDxfFile;
   }
-  fresh->reactors = m_impl->reactors;
-  fresh->setJournalEnabled(m_impl->journalEnabled());
-  m_impl = std::move(fresh);
+  fresh->reactors = impl->reactors;
+  fresh->setJournalEnabled(impl->journalEnabled());
+  impl = std::move(fresh);
   return Dxad::eOk;
+}
+}  // namespace
+
+ErrorStatus DxDbDatabase::readDxfFromBuffer(std::string data) {
+  return loadInto(this, m_impl, dx::dxf::Bytes(std::move(data)));
 }
 
 ErrorStatus DxDbDatabase::readDwgFile(const char* fileName) {
-  std::FILE* f = std::fopen(fileName ? fileName : "", "rb");
-  if (!f) {
+  int fd = ::open(fileName ? fileName : "", O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
     m_impl->lastError = std::string("cannot open the file: ") + std::strerror(errno);
     return errno == ENOENT ? Dxad::eFileNotFound : Dxad::eFileAccessErr;
   }
-  std::string data;
   struct stat st {};
-  if (fstat(fileno(f), &st) != 0 || !S_ISREG(st.st_mode)) {
+  if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) {
     // Devices and pipes may never end (/dev/zero): only files are drawings.
-    std::fclose(f);
+    ::close(fd);
     m_impl->lastError = S_ISDIR(st.st_mode) ? "is a folder, not a drawing file" : "is not a regular file";
     return Dxad::eFileAccessErr;
   }
-  if (st.st_size > 0) data.resize(size_t(st.st_size));
-  size_t got = data.empty() ? 0 : std::fread(data.data(), 1, data.size(), f);
-  bool failed = std::ferror(f) != 0;
-  std::fclose(f);
-  data.resize(got);
-  if (failed) {
+  dx::dxf::Bytes data;
+  std::string err;
+  bool read = dx::dxf::Bytes::fromFd(fd, uint64_t(st.st_size), data, err);
+  ::close(fd);
+  if (!read) {
     m_impl->lastError = "cannot read the file";
     return Dxad::eFileAccessErr;
   }
-  ErrorStatus es = readDxfFromBuffer(std::move(data));
+  ErrorStatus es = loadInto(this, m_impl, std::move(data));
   if (es == Dxad::eOk) m_impl->fileName = fileName;
   return es;
 }

@@ -58,6 +58,7 @@ class DatabaseImpl {
   Stub* stubFor(uint64_t handle);
   Stub* findStub(uint64_t handle) const;
   Stub* newStub();  // with the next free handle
+  void reserveHandles(size_t n) { m_byHandle.reserve(n); }
   // A stub without a handle yet (objects of files that give none); assignHandle later.
   Stub* anonymousStub();
   void assignHandle(Stub* s);
@@ -182,7 +183,7 @@ class RecoverMode {
 };
 
 // Reads DXF into an empty database; false with a one-line error.
-bool readDxf(DatabaseImpl& db, std::string data, std::string& error);
+bool readDxf(DatabaseImpl& db, dxf::Bytes data, std::string& error);
 // Writes the database as DXF text of a version.
 void writeDxf(const DatabaseImpl& db, Ver version, dxf::TagWriter& w);
 

@@ -667,14 +667,18 @@ bool Reader::readObjects() {
 
 }  // namespace
 
-bool readDxf(DatabaseImpl& db, std::string data, std::string& error) {
+bool readDxf(DatabaseImpl& db, dxf::Bytes data, std::string& error) {
   ensureSchemas();
   db.readFromFile = true;
-  if (data.size() >= 6 && data.compare(0, 4, "AC10") == 0 && data.find('\0') < 64) {
+  const std::string_view bytes = data.view();
+  if (bytes.size() >= 6 && bytes.substr(0, 4) == "AC10" && bytes.substr(0, 64).find('\0') != std::string_view::npos) {
     error = "this is a DWG file; the host reads DXF drawings";
     return false;
   }
-  auto rd = dxf::TagReader::fromBuffer(std::move(data), error);
+  // A handle for every 160 bytes or so of a drawing: the table of handles is made as
+  // big as it will grow, once.
+  db.reserveHandles(bytes.size() / 160);
+  auto rd = dxf::TagReader::fromBytes(std::move(data), error);
   if (!rd) return false;
   Reader r(db, *rd);
   return r.run(error);

@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -6,6 +7,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 #include "host/dxf/tags.h"
 #include "host/dxf/text.h"
@@ -40,7 +42,7 @@ bool isBlank(const char* p, const char* e) {
 // bytes into UTF-8 as the header says.
 class ReaderBase : public TagReader {
  public:
-  explicit ReaderBase(std::string data) : data_(std::move(data)) {}
+  explicit ReaderBase(Bytes data) : data_(std::move(data)) {}
 
   // Parsing the last tag again is cheaper than keeping a copy of every tag.
   void pushBack() override {
@@ -76,7 +78,7 @@ class ReaderBase : public TagReader {
     hasLast_ = true;
   }
 
-  std::string data_;
+  Bytes data_;
   std::string error_;
   bool done_ = false;
 
@@ -162,7 +164,7 @@ class ReaderBase : public TagReader {
 
 class AsciiReader final : public ReaderBase {
  public:
-  explicit AsciiReader(std::string data) : ReaderBase(std::move(data)) {
+  explicit AsciiReader(Bytes data) : ReaderBase(std::move(data)) {
     cur_ = data_.data();
     end_ = cur_ + data_.size();
     if (data_.size() >= 3 && std::memcmp(cur_, "\xEF\xBB\xBF", 3) == 0) cur_ += 3;
@@ -236,7 +238,7 @@ class AsciiReader final : public ReaderBase {
  private:
   // Skips spaces and the line end after a value or code; false when anything else
   // follows on the line.
-  // The buffer is a std::string: the NUL after its last byte stops every scan below
+  // The buffer ends with a NUL after its last byte: it stops every scan below
   // without a bounds test per character.
   bool endOfLine(const char*& p) const {
     while (*p == ' ' || *p == '\t') ++p;
@@ -347,7 +349,7 @@ class AsciiReader final : public ReaderBase {
 
 class BinaryReader final : public ReaderBase {
  public:
-  explicit BinaryReader(std::string data) : ReaderBase(std::move(data)) {
+  explicit BinaryReader(Bytes data) : ReaderBase(std::move(data)) {
     auto u = reinterpret_cast<const unsigned char*>(data_.data());
     pos_ = kBinarySentinel.size();
     // The first tag is (0, "SECTION"): with two-byte codes its code is 00 00, with
@@ -450,7 +452,7 @@ class BinaryReader final : public ReaderBase {
 
  private:
   void rewind() override { pos_ = tagPos_; }
-  unsigned byte(size_t at) const { return static_cast<unsigned char>(data_[at]); }
+  unsigned byte(size_t at) const { return static_cast<unsigned char>(data_.data()[at]); }
   unsigned uint16(size_t at) const { return byte(at) | (byte(at + 1) << 8); }
 
   bool truncated(const char* what) {
@@ -469,16 +471,74 @@ class BinaryReader final : public ReaderBase {
 
 }  // namespace
 
+Bytes& Bytes::operator=(Bytes&& o) noexcept {
+  if (this == &o) return *this;
+  release();
+  map_ = std::exchange(o.map_, nullptr);
+  size_ = std::exchange(o.size_, 0);
+  own_ = std::move(o.own_);
+  data_ = map_ ? o.data_ : own_.data();
+  o.own_.clear();
+  o.data_ = o.own_.data();
+  return *this;
+}
+
+void Bytes::release() {
+  if (map_) ::munmap(map_, size_);
+  map_ = nullptr;
+  own_.clear();
+  data_ = own_.data();
+  size_ = 0;
+}
+
+bool Bytes::fromFd(int fd, uint64_t size, Bytes& out, std::string& error) {
+  out.release();
+  // A big file is mapped rather than read: reading first zeroes a buffer as big, then
+  // copies the whole file into it, a sixth of the time its loading takes. The pages past
+  // the end of the file read as zeros, which gives the NUL after the last byte; a file
+  // that ends on a page boundary has none there and is read.
+  const long page = ::sysconf(_SC_PAGESIZE);
+  if (size >= (1u << 20) && page > 0 && size % uint64_t(page) != 0) {
+    void* p = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, 0);
+    if (p != MAP_FAILED) {
+      out.map_ = p;
+      out.data_ = static_cast<const char*>(p);
+      out.size_ = size_t(size);
+      return true;
+    }
+  }
+  std::string data;
+  data.resize(static_cast<size_t>(size));
+  size_t got = 0;
+  while (got < data.size()) {
+    ssize_t r = ::read(fd, data.data() + got, data.size() - got);
+    if (r < 0 && errno == EINTR) continue;
+    if (r < 0) {
+      error = std::string("cannot read: ") + std::strerror(errno);
+      return false;
+    }
+    if (r == 0) break;  // the file shrank while we read it
+    got += static_cast<size_t>(r);
+  }
+  data.resize(got);
+  out = Bytes(std::move(data));
+  return true;
+}
+
 std::unique_ptr<TagReader> TagReader::fromBuffer(std::string data, std::string& error) {
+  return fromBytes(Bytes(std::move(data)), error);
+}
+
+std::unique_ptr<TagReader> TagReader::fromBytes(Bytes data, std::string& error) {
   error.clear();
-  if (data.empty()) {
+  const std::string_view bytes = data.view();
+  if (bytes.empty()) {
     error = "empty file";
     return nullptr;
   }
-  if (data.size() >= kBinarySentinel.size() &&
-      std::string_view(data).substr(0, kBinarySentinel.size()) == kBinarySentinel)
+  if (bytes.substr(0, kBinarySentinel.size()) == kBinarySentinel)
     return std::make_unique<BinaryReader>(std::move(data));
-  if (data.compare(0, 18, "AutoCAD Binary DXF") == 0) {
+  if (bytes.substr(0, 18) == "AutoCAD Binary DXF") {
     error = "damaged binary DXF: the file header is incomplete";
     return nullptr;
   }
@@ -504,23 +564,10 @@ std::unique_ptr<TagReader> TagReader::fromFile(const std::string& path, std::str
     ::close(fd);
     return nullptr;
   }
-  std::string data;
-  data.resize(static_cast<size_t>(st.st_size));
-  size_t got = 0;
-  while (got < data.size()) {
-    ssize_t r = ::read(fd, data.data() + got, data.size() - got);
-    if (r < 0 && errno == EINTR) continue;
-    if (r < 0) {
-      error = std::string("cannot read: ") + std::strerror(errno);
-      ::close(fd);
-      return nullptr;
-    }
-    if (r == 0) break;  // the file shrank while we read it
-    got += static_cast<size_t>(r);
-  }
+  Bytes data;
+  bool ok = Bytes::fromFd(fd, uint64_t(st.st_size), data, error);
   ::close(fd);
-  data.resize(got);
-  return fromBuffer(std::move(data), error);
+  return ok ? fromBytes(std::move(data), error) : nullptr;
 }
 
 }  // namespace dx::dxf

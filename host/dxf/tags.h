@@ -42,6 +42,33 @@ struct Tag {
   std::string_view text;
 };
 
+// The bytes of a whole file: a string of their own, or (big files) the file mapped into
+// memory, which spares copying it. Either way a NUL follows the last byte.
+class Bytes {
+ public:
+  Bytes() = default;
+  explicit Bytes(std::string s) : own_(std::move(s)), data_(own_.data()), size_(own_.size()) {}
+  Bytes(Bytes&& o) noexcept { *this = std::move(o); }
+  Bytes& operator=(Bytes&& o) noexcept;
+  Bytes(const Bytes&) = delete;
+  Bytes& operator=(const Bytes&) = delete;
+  ~Bytes() { release(); }
+
+  // The file open as fd, of size bytes. False with a one-line reason on a read error.
+  static bool fromFd(int fd, uint64_t size, Bytes& out, std::string& error);
+
+  const char* data() const { return data_; }
+  size_t size() const { return size_; }
+  std::string_view view() const { return {data_, size_}; }
+
+ private:
+  void release();
+  std::string own_;
+  const char* data_ = own_.data();
+  size_t size_ = 0;
+  void* map_ = nullptr;
+};
+
 // Reads tags one at a time from a whole file held in memory. Detects binary DXF by its
 // sentinel. Tracks $ACADVER and $DWGCODEPAGE from the HEADER section: strings of drawings
 // before AC1021 are converted from the drawing code page to UTF-8, and "\U+XXXX" escapes
@@ -50,6 +77,7 @@ class TagReader {
  public:
   // Returns null and sets error (one line, no file name) when the data is not DXF at all.
   static std::unique_ptr<TagReader> fromBuffer(std::string data, std::string& error);
+  static std::unique_ptr<TagReader> fromBytes(Bytes data, std::string& error);
   static std::unique_ptr<TagReader> fromFile(const std::string& path, std::string& error);
   virtual ~TagReader() = default;
 
