@@ -129,4 +129,26 @@ class CSelectionSet {
   bool m_held = false;
 };
 
+// Short variables saved on construction and written back on every way out.
+class CShortVarSaver {
+ public:
+  explicit CShortVarSaver(const char* name) : m_name(name) { m_ok = dxedGetVar(name, &m_saved) == RTNORM; }
+  ~CShortVarSaver() {
+    if (m_ok) dxedSetVar(m_name, &m_saved);
+  }
+  CShortVarSaver(const CShortVarSaver&) = delete;
+  CShortVarSaver& operator=(const CShortVarSaver&) = delete;
+  static void set(const char* name, int value) {
+    resbuf rb{};
+    rb.restype = RTSHORT;
+    rb.resval.rint = short(value);
+    dxedSetVar(name, &rb);
+  }
+
+ private:
+  const char* m_name;
+  resbuf m_saved{};
+  bool m_ok = false;
+};
+
 }  // namespace express

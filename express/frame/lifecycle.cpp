@@ -124,6 +124,7 @@ void onUnload() {
   removeCommandGroups();
   s.toolPalette.reset();
   s.layerViewer.reset();
+  s.circleAccuracy.reset();
   deleteClass(s.dragComEntityClass, "VmacDbDragComEntity");
 }
 

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "express/frame/reactors.h"
+#include "hostapi/editor.h"
 
 class DxApDocument;
 class DxRxClass;
@@ -28,6 +29,8 @@ struct ModuleState {
   DxRxClass* dragComEntityClass = nullptr;
   std::unique_ptr<CModelessWindow> toolPalette;
   std::unique_ptr<CModelessWindow> layerViewer;
+  // Per-document data of commands (a DxApDataManager each), dropped before the module goes.
+  std::unique_ptr<DxApDocManagerReactor> circleAccuracy;
 };
 
 ModuleState& moduleState();

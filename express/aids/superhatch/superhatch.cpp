@@ -1,0 +1,583 @@
+// superhatch / -superhatch: fills a closed area with clipped copies of an image, a block,
+// an external reference or a wipeout, gathered into one anonymous group.
+#include "express/aids/superhatch/superhatch.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <vector>
+
+#include "express/aids/superhatch/shatch_algo.h"
+#include "express/env/holders.h"
+#include "express/frame/command_body.h"
+#include "express/frame/module_state.h"
+#include "express/res/dialogs.h"
+#include "express/res/resource.h"
+#include "hostapi/editor.h"
+#include "hostapi/ui.h"
+
+namespace express::shatch {
+
+namespace fs = std::filesystem;
+
+CircleAccuracyData& circleAccuracy() {
+  auto& slot = moduleState().circleAccuracy;
+  if (!slot) slot = std::make_unique<DxApDataManager<CircleAccuracyData>>();
+  return static_cast<DxApDataManager<CircleAccuracyData>&>(*slot).docData();
+}
+
+bool isLargeJob(double boundaryArea, double width, double height) {
+  double tile = std::fabs(width * height);
+  return tile <= kTol || boundaryArea / tile - kLargeJobRatio > kTol;
+}
+
+std::string superhatchGroupName(const DxDbDictionary* groups) {
+  if (groups)
+    for (int n = 0; n < 2000; ++n) {
+      std::string name = "Superhatch_group" + std::to_string(n);
+      if (!groups->has(name.c_str())) return name;
+    }
+  return "*SuperhatchDefaultGroup";
+}
+
+bool isImageFileName(const std::string& name) {
+  size_t dot = name.rfind('.');
+  if (name.size() < 4 || dot == std::string::npos) return false;
+  std::string ext = name.substr(dot);
+  std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return char(std::tolower(c)); });
+  for (const char* ok : {".bmp", ".cal", ".jpg", ".jpeg", ".png", ".gif", ".pcx", ".tga", ".tiff", ".tif", ".ecw"})
+    if (ext == ok) return true;
+  return false;
+}
+
+namespace {
+
+void say(const StringDef& s) { dxutPrintf("%s", CResString(s).c_str()); }
+
+DxDbDatabase* db() { return dxdbHostApplicationServices()->workingDatabase(); }
+
+// The last entity of the current space (null name when it is empty).
+void lastEntity(dx_name e) {
+  e[0] = e[1] = 0;
+  dxdbEntLast(e);
+}
+
+DxDbObjectId idOf(const dx_name e) {
+  DxDbObjectId id;
+  if (e[0] || e[1]) dxdbGetObjectId(id, e);
+  return id;
+}
+
+// Entities appended to the current space after `before` (null: from the start).
+std::vector<DxDbObjectId> appendedAfter(const dx_name before) {
+  std::vector<DxDbObjectId> ids;
+  dx_name cur = {before[0], before[1]}, next;
+  bool fromStart = !before[0] && !before[1];
+  while (dxdbEntNext(fromStart ? nullptr : cur, next) == RTNORM) {
+    fromStart = false;
+    ids.push_back(idOf(next));
+    cur[0] = next[0];
+    cur[1] = next[1];
+  }
+  return ids;
+}
+
+void eraseAll(const std::vector<DxDbObjectId>& ids) {
+  for (DxDbObjectId id : ids)
+    if (CDbObjectPtr<DxDbEntity> e(id, DxDb::kForWrite); e) e->erase();
+}
+
+// Erases an entity the run made; an image takes its definition reactor along, so that the
+// definition lists only the tiles.
+void erasePattern(DxDbObjectId id) {
+  DxDbObjectId reactor, def;
+  {
+    CDbObjectPtr<DxDbRasterImage> img(id, DxDb::kForRead);
+    if (img && !DxRxObject::cast<DxDbWipeout>(img.get())) {
+      reactor = img->reactorId();
+      def = img->imageDefId();
+    }
+  }
+  eraseAll({id});
+  if (reactor.isNull()) return;
+  if (CDbObjectPtr<DxDbObject> d(def, DxDb::kForWrite); d) d->removePersistentReactor(reactor);
+  if (CDbObjectPtr<DxDbObject> r(reactor, DxDb::kForWrite); r) r->erase();
+}
+
+bool commandActive(const char* pattern) {
+  resbuf rb{};
+  if (dxedGetVar("CMDNAMES", &rb) != RTNORM || rb.restype != RTSTR) return false;
+  bool match = rb.resval.rstring && dxutWcMatch(rb.resval.rstring, pattern) == RTNORM;
+  free(rb.resval.rstring);
+  return match;
+}
+
+// FILEDIA 0 while a host command that would ask for a file runs.
+class CFileDiaOff {
+ public:
+  CFileDiaOff() : m_saver("FILEDIA") { CShortVarSaver::set("FILEDIA", 0); }
+
+ private:
+  CShortVarSaver m_saver;
+};
+
+// The pattern the run made or picked, and how the engine clips it.
+struct CPattern {
+  DxDbObjectId id;
+  bool madeByRun = false;
+  int type = kBlock;
+};
+
+// ---------------------------------------------------------------------------------------
+// Placement prompts. Plain prompts for now; the interactive jigs go behind the same calls.
+
+int askInsertionPoint(DxGePoint3d& at) {
+  dx_point p;
+  int rc = dxedGetPoint(nullptr, CResString(res::ShInsertPoint), p);
+  if (rc == RTNONE) at = DxGePoint3d::kOrigin;
+  else if (rc == RTNORM) at = {p[0], p[1], p[2]};
+  return rc == RTNONE ? RTNORM : rc;
+}
+
+int askScale(double& scale) {
+  for (;;) {
+    char prompt[256];
+    std::snprintf(prompt, sizeof prompt, CResString(res::ShScale).c_str(), scale);
+    double v = scale;
+    int rc = dxedGetReal(prompt, &v);
+    if (rc == RTNONE) return RTNORM;
+    if (rc != RTNORM) return rc;
+    if (v > 0) {
+      scale = v;
+      return RTNORM;
+    }
+    say(res::ShScalePositive);
+  }
+}
+
+int askRotation(const DxGePoint3d& base, double& angle) {
+  dx_point b = {base.x, base.y, base.z};
+  double v = 0;
+  int rc = dxedGetAngle(b, CResString(res::ShRotation), &v);
+  if (rc == RTNONE) return RTNORM;
+  if (rc == RTNORM) angle = v;
+  return rc;
+}
+
+// ---------------------------------------------------------------------------------------
+// The pattern
+
+// A file name answer: typed on the command line, or through the file dialog.
+int askFile(bool dialog, const StringDef& filter, std::string& path) {
+  std::string answer;
+  if (dialog) {
+    resbuf rb{};
+    int rc = dxedGetFileD(CResString(res::ShFileName), "", CResString(filter), 16 | 4, &rb);
+    if (rc != RTNORM) return rc;
+    if (rb.restype == RTSTR && rb.resval.rstring) answer = rb.resval.rstring;
+    free(rb.resval.rstring);
+  } else {
+    char buf[2049] = "";
+    int rc = dxedGetString(1, CResString(res::ShFileName), buf, sizeof buf);
+    if (rc != RTNORM) return rc;
+    answer = buf;
+  }
+  if (answer.empty()) {
+    say(res::ShEmptyFileName);
+    return RTREJ;
+  }
+  char found[1024];
+  path = dxedFindFile(answer.c_str(), found, sizeof found) == RTNORM ? found : answer;
+  std::error_code ec;
+  if (!fs::is_regular_file(path, ec)) {
+    dxutPrintf(CResString(res::ShFileNotFound).c_str(), answer.c_str());
+    return RTREJ;
+  }
+  return RTNORM;
+}
+
+int imagePattern(bool dialog, CPattern& pat) {
+  std::string path;
+  int rc = askFile(dialog, res::ShImageFilter, path);
+  if (rc != RTNORM) return rc;
+  if (!isImageFileName(path)) {
+    say(res::ShInputError);
+    return RTREJ;
+  }
+  DxGePoint3d at;
+  double scale = 1, angle = 0;
+  if ((rc = askInsertionPoint(at)) != RTNORM || (rc = askScale(scale)) != RTNORM ||
+      (rc = askRotation(at, angle)) != RTNORM)
+    return rc;
+  dx_name before;
+  lastEntity(before);
+  dx_point p = {at.x, at.y, at.z};
+  {
+    CFileDiaOff fileDia;
+    rc = dxedCommandS(RTSTR, "._-image", RTSTR, "_A", RTSTR, path.c_str(), RT3DPOINT, p, RTREAL, scale,
+                      RTANG, angle, 0);
+  }
+  for (DxDbObjectId id : appendedAfter(before))
+    if (id.objectClass() == DxDbRasterImage::desc()) pat = {id, true, kImage};
+  return pat.id.isNull() ? RTERROR : RTNORM;
+}
+
+int blockPattern(std::string& lastName, CPattern& pat) {
+  char prompt[600];
+  std::snprintf(prompt, sizeof prompt, CResString(res::ShBlockName).c_str(), lastName.c_str());
+  char buf[512] = "";
+  int rc = dxedGetString(1, prompt, buf, sizeof buf);
+  if (rc != RTNORM) return rc;
+  std::string name = *buf ? buf : lastName;
+  std::string ext = fs::path(name).extension().string();
+  std::error_code ec;
+  bool known = false;
+  if (ext == ".dxf" || ext == ".DXF") {
+    known = fs::is_regular_file(name, ec);
+  } else if (!name.empty()) {
+    CResbufPtr rec(dxdbTblSearch("BLOCK", name.c_str()));
+    known = bool(rec);
+  }
+  if (!known) {
+    say(res::ShNoBlock);
+    say(res::ShInputError);
+    return RTREJ;
+  }
+  lastName = name;
+  dx_name before;
+  lastEntity(before);
+  dxedCommandS(RTSTR, "._-insert", RTSTR, name.c_str(), 0);
+  if (commandActive("*INSERT")) dxedCommandS(RTSTR, "_S", RTREAL, 1.0, RTSTR, "_R", RTREAL, 0.0, 0);
+  // The insertion point, asked while the host's command waits for it.
+  while (commandActive("*INSERT")) {
+    dx_point p;
+    rc = dxedGetPoint(nullptr, "\nSpecify insertion point: ", p);
+    if (rc != RTNORM) {
+      dxedCommandS(RTSTR, "", 0);
+      if (commandActive("*INSERT")) return RTCAN;
+      break;
+    }
+    dxedCommandS(RT3DPOINT, p, 0);
+  }
+  for (DxDbObjectId id : appendedAfter(before))
+    if (id.objectClass() == DxDbBlockReference::desc()) pat = {id, true, kBlock};
+  return pat.id.isNull() ? RTERROR : RTNORM;
+}
+
+int wipeoutPattern(CPattern& pat) {
+  std::vector<DxGePoint3d> pts;
+  for (;;) {
+    dx_point p, last;
+    int rc;
+    if (pts.empty()) {
+      rc = dxedGetPoint(nullptr, CResString(res::ShFirstPoint), p);
+    } else {
+      last[0] = pts.back().x, last[1] = pts.back().y, last[2] = pts.back().z;
+      rc = dxedGetPoint(last, CResString(res::ShNextPoint), p);
+    }
+    if (rc == RTNONE && pts.size() >= 3) break;  // Enter closes the frame
+    if (rc == RTNONE) continue;
+    if (rc != RTNORM) return rc;
+    pts.emplace_back(p[0], p[1], p[2]);
+  }
+  dx_name before;
+  lastEntity(before);
+  auto* frame = new DxDbWipeout();
+  frame->setDatabaseDefaults(db());
+  if (!frame->setBoundary(pts)) {
+    delete frame;
+    say(res::ShInputError);
+    return RTREJ;
+  }
+  pat = {appendToCurrentSpace(frame), true, kWipeout};
+  return pat.id.isNull() ? RTERROR : RTNORM;
+}
+
+int selectPattern(CPattern& pat) {
+  CResbufPtr filter(dxutBuildList(RTDXF0, "IMAGE,INSERT,WIPEOUT", 0));
+  for (;;) {
+    CSelectionSet ss;
+    int rc = ss.select(":S", nullptr, nullptr, filter.get());
+    if (rc == RTCAN) return RTCAN;
+    if (rc != RTNORM || ss.length() == 0) {
+      resbuf err{};
+      if (dxedGetVar("ERRNO", &err) == RTNORM && err.restype == RTSHORT && err.resval.rint == 0 && rc != RTNORM)
+        return RTCAN;  // Enter: nothing more will come
+      continue;
+    }
+    dx_name e;
+    dxedSSName(ss.name(), 0, e);
+    DxDbObjectId id = idOf(e);
+    DxRxClass* cls = id.objectClass();
+    int type = cls == DxDbWipeout::desc() ? kWipeout : cls == DxDbRasterImage::desc() ? kImage : kBlock;
+    pat = {id, false, type};
+    return RTNORM;
+  }
+}
+
+// ---------------------------------------------------------------------------------------
+// Boundaries
+
+// The polylines of each picked point, outer first; empty when the user ended at once.
+int pickBoundaries(std::vector<std::vector<DxDbObjectId>>& sets) {
+  CShortVarSaver osmode("OSMODE");
+  CShortVarSaver::set("OSMODE", 0);
+  for (;;) {
+    dx_point p;
+    int rc = dxedGetPoint(nullptr, CResString(res::ShInsertPoint), p);
+    if (rc == RTNONE) return RTNORM;
+    if (rc != RTNORM) return rc;
+    dx_name before;
+    lastEntity(before);
+    rc = dxedCommandS(RTSTR, ".-BOUNDARY", RTSTR, "_A", RTSTR, "_IS", RTSTR, "_Y", RTSTR, "_OB", RTSTR, "_OPO",
+                      RTSTR, "", RT3DPOINT, p, RTSTR, "", 0);
+    std::vector<DxDbObjectId> made;
+    for (DxDbObjectId id : appendedAfter(before))
+      if (id.objectClass() == DxDbPolyline::desc()) made.push_back(id);
+    if (rc != RTNORM || made.empty()) {
+      eraseAll(made);
+      say(res::ShNoBoundary);
+      continue;
+    }
+    for (DxDbObjectId id : made)
+      if (CDbObjectPtr<DxDbEntity> e(id, DxDb::kForRead); e) e->highlight();
+    sets.push_back(std::move(made));
+  }
+}
+
+double outerArea(DxDbObjectId id) {
+  CDbObjectPtr<DxDbPolyline> pl(id, DxDb::kForRead);
+  if (!pl) return 0;
+  std::vector<DxGePoint2d> pts(pl->numVerts());
+  std::vector<double> bulges(pl->numVerts());
+  for (unsigned i = 0; i < pl->numVerts(); ++i) {
+    pl->getPointAt(i, pts[i]);
+    pl->getBulgeAt(i, bulges[i]);
+  }
+  return std::fabs(KvGePolyline2d(pts, bulges, true).Area());
+}
+
+// False when the user stops at the large-job question.
+bool goOnWithLargeJob(const CPattern& pat, const std::vector<std::vector<DxDbObjectId>>& sets) {
+  if (pat.type == kWipeout) return true;
+  double area = 0;
+  for (const auto& set : sets) area += outerArea(set.front());
+  DxGePoint3d lo, hi;
+  {
+    CDbObjectPtr<DxDbEntity> e(pat.id, DxDb::kForRead);
+    if (!e || e->getGeomExtents(lo, hi) != Dxad::eOk) lo = hi = DxGePoint3d::kOrigin;
+  }
+  if (!isLargeJob(area, hi.x - lo.x, hi.y - lo.y)) return true;
+  say(res::ShLargeJob1);
+  say(res::ShLargeJob2);
+  dxedInitGet(0, "Yes No _Yes _No");
+  char kw[64] = "";
+  int rc = dxedGetKword(CResString(res::ShLargeJob3), kw, sizeof kw);
+  // Only "No" and Enter go on: the question reads the other way round on purpose.
+  if (rc == RTNONE) return true;
+  return rc == RTNORM && (std::strcmp(kw, "No") == 0 || std::strcmp(kw, "_No") == 0);
+}
+
+// The base point and rotation of the pattern entity.
+void placementOf(DxDbObjectId id, DxGePoint3d& base, double& rotation) {
+  CDbObjectPtr<DxDbEntity> e(id, DxDb::kForRead);
+  base = DxGePoint3d::kOrigin;
+  rotation = 0;
+  if (auto* ref = DxRxObject::cast<DxDbBlockReference>(e.get())) {
+    base = ref->position();
+    rotation = ref->rotation();
+  } else if (auto* img = DxRxObject::cast<DxDbRasterImage>(e.get())) {
+    DxGeVector3d u, v;
+    img->getOrientation(base, u, v);
+    rotation = std::atan2(u.y, u.x);
+  }
+}
+
+DxDbObjectId newGroup() {
+  DxDbDictionary* dict = nullptr;
+  if (db()->getGroupDictionary(dict, DxDb::kForWrite) != Dxad::eOk) dict = nullptr;
+  CDbObjectPtr<DxDbDictionary> groups(dict);
+  std::string name = superhatchGroupName(groups.get());
+  if (!groups) return {};
+  auto* group = new DxDbGroup("SuperHatch");
+  DxDbObjectId id;
+  if (groups->setAt(name.c_str(), group, id) != Dxad::eOk) {
+    delete group;
+    return {};
+  }
+  group->setAnonymous();
+  group->setVisibility(DxDb::kInvisible);
+  group->close();
+  return id;
+}
+
+std::unique_ptr<CSuperHatchAlgo::CClipRunner> runnerFor(int type) {
+  switch (type) {
+    case kImage: return std::make_unique<CClipImages>();
+    case kWipeout: return std::make_unique<CClipWipeout>();
+    default: return std::make_unique<CClipBlocks>();
+  }
+}
+
+// Tiles every boundary set; the pattern ends where it started.
+bool tile(const CPattern& pat, std::vector<std::vector<DxDbObjectId>>& sets, DxDbObjectId group) {
+  auto runner = runnerFor(pat.type);
+  bool ok = true;
+  for (auto& set : sets) {
+    CSuperHatchAlgo algo(*runner);
+    algo.pattern = pat.id;
+    algo.boundaries = set;
+    algo.accuracy = circleAccuracy().accuracy;
+    algo.group = group;
+    placementOf(pat.id, algo.basePoint, algo.rotation);
+    DxGePoint3d before = algo.basePoint;
+    ok = algo.run() && ok;
+    set = algo.boundaries;  // flattened ones replaced those picked
+    DxGePoint3d after;
+    double r;
+    placementOf(pat.id, after, r);
+    if (CDbObjectPtr<DxDbEntity> e(pat.id, DxDb::kForWrite); e && !after.isEqualTo(before))
+      e->transformBy(DxGeMatrix3d::translation(before - after));
+  }
+  return ok;
+}
+
+// Reads an accuracy answer; false when the input failed.
+bool askAccuracy() {
+  int32_t& value = circleAccuracy().accuracy;
+  char prompt[128];
+  std::snprintf(prompt, sizeof prompt, CResString(res::ShAccuracy).c_str(), int(value));
+  int v = value;
+  int rc = dxedGetInt(prompt, &v);
+  if (rc == RTNONE) return true;
+  if (rc != RTNORM) {
+    if (rc != RTCAN) say(res::ShInputError);
+    return false;
+  }
+  if (v >= kMinAccuracy && v <= kMaxAccuracy) value = v;
+  else say(res::ShAccuracyRange);
+  return true;
+}
+
+// The pattern type from the command line; 0 when the command is to end.
+int askPatternType() {
+  for (;;) {
+    dxedInitGet(0, "Image Block Xref Wipeout Select Accuracy _IMAGE BLOCK XREF WIPEOUT SELECT ACCURACY");
+    char kw[64] = "";
+    int rc = dxedGetKword(CResString(res::ShPatternType), kw, sizeof kw);
+    if (rc == RTNONE) return kImage;
+    if (rc == RTCAN) return 0;
+    if (rc != RTNORM) {
+      say(res::ShInvalidKeyword);
+      return 0;
+    }
+    std::string k = kw;
+    if (k == "ACCURACY") {
+      if (!askAccuracy()) return 0;
+      continue;
+    }
+    if (k == "IMAGE") return kImage;
+    if (k == "BLOCK") return kBlock;
+    if (k == "XREF") return kXref;
+    if (k == "WIPEOUT") return kWipeout;
+    if (k == "SELECT") return kSelect;
+    say(res::ShInvalidKeyword);
+    return 0;
+  }
+}
+
+// The pattern type from CSuperhatchDlg; 0 on Cancel.
+int askPatternTypeDialog(int& lastType) {
+  for (;;) {
+    DxUiDialogValues values;
+    values[dlg::kShAccuracy] = std::to_string(circleAccuracy().accuracy);
+    int rc = DxUiDoModal(dlg::kSuperhatch, values, resourceLibrary());
+    if (rc < kImage || rc > kSelect) return 0;
+    int v = std::atoi(values[dlg::kShAccuracy].c_str());
+    if (v < kMinAccuracy || v > kMaxAccuracy) {
+      dxutPrintf(CResString(res::ShIntegerRange).c_str(), kMinAccuracy, kMaxAccuracy);
+      continue;
+    }
+    circleAccuracy().accuracy = v;
+    return lastType = rc;
+  }
+}
+
+bool inReferenceEdit() {
+  resbuf rb{};
+  if (dxedGetVar("REFEDITNAME", &rb) != RTNORM || rb.restype != RTSTR) return false;
+  bool editing = rb.resval.rstring && *rb.resval.rstring;
+  free(rb.resval.rstring);
+  return editing;
+}
+
+}  // namespace
+
+void runSuperhatch(bool dialog) {
+  if (inReferenceEdit()) {
+    say(res::ShWorkingSet);
+    return;
+  }
+  CShortVarSaver cmdecho("CMDECHO"), attreq("ATTREQ"), plinetype("PLINETYPE");
+  CShortVarSaver::set("CMDECHO", 0);
+  CShortVarSaver::set("ATTREQ", 0);
+  CShortVarSaver::set("PLINETYPE", 2);
+  ensureResourceLibrary();
+
+  int lastType = kBlock;
+  std::string lastBlock;
+  CPattern pat;
+  for (;;) {
+    int type = dialog ? askPatternTypeDialog(lastType) : askPatternType();
+    if (type == 0) return;
+    int rc = RTERROR;
+    switch (type) {
+      case kImage: rc = imagePattern(dialog, pat); break;
+      case kBlock: rc = blockPattern(lastBlock, pat); break;
+      case kWipeout: rc = wipeoutPattern(pat); break;
+      case kSelect: rc = selectPattern(pat); break;
+      default: say(res::ShInputError); break;
+    }
+    if (rc == RTNORM) break;
+    if (!dialog) {
+      if (rc == RTCAN) say(res::ShCancelled);
+      return;
+    }
+  }
+
+  auto dropPattern = [&] {
+    if (pat.madeByRun) erasePattern(pat.id);
+  };
+  std::vector<std::vector<DxDbObjectId>> sets;
+  int rc = pickBoundaries(sets);
+  std::vector<DxDbObjectId> boundaries;
+  for (const auto& s : sets) boundaries.insert(boundaries.end(), s.begin(), s.end());
+  if (rc != RTNORM || sets.empty()) {
+    if (rc == RTCAN) say(res::ShCancelled);
+    eraseAll(boundaries);
+    dropPattern();
+    return;
+  }
+  if (!goOnWithLargeJob(pat, sets)) {
+    eraseAll(boundaries);
+    dropPattern();
+    return;
+  }
+  DxDbObjectId group = newGroup();
+  tile(pat, sets, group);
+  boundaries.clear();
+  for (const auto& s : sets) boundaries.insert(boundaries.end(), s.begin(), s.end());
+  eraseAll(boundaries);
+  dropPattern();
+}
+
+namespace {
+void cmdSuperhatch() { runSuperhatch(true); }
+void cmdSuperhatchLine() { runSuperhatch(false); }
+}  // namespace
+
+DX_COMMAND_BODY("superhatch", cmdSuperhatch);
+DX_COMMAND_BODY("-superhatch", cmdSuperhatchLine);
+
+}  // namespace express::shatch
