@@ -151,6 +151,13 @@ class Superhatch(unittest.TestCase):
         parts = [[Vec2(p) for p in w.boundary_path_wcs()][:-1] for w in doc.modelspace().query("WIPEOUT")]
         self.assert_covers_area_once(parts, accuracy=32)
 
+    def test_dialog_sets_accuracy_and_comes_back_after_a_failed_pattern(self):
+        doc = self.run_script('superhatch\n1\n""\n6\n32\n4\n0,0 10,0 10,10 ""\n50,50 ""\n')
+        self.assertIn("File name cannot be empty!", self.stdout)
+        self.assertEqual(self.stdout.count("Circle accuracy: 32"), 1)  # the dialog shown again
+        parts = [[Vec2(p) for p in w.boundary_path_wcs()][:-1] for w in doc.modelspace().query("WIPEOUT")]
+        self.assert_covers_area_once(parts, accuracy=32)
+
     def test_selected_image_is_tiled_and_stays_where_it_was(self):
         doc = self.run_script('-IMAGE A brick.png 200,0 7 0\n-SUPERHATCH S 203,2 50,50 ""\n')
         members = self.group_members(doc)

@@ -43,6 +43,14 @@ DxDbObjectId appendToCurrentSpace(DxDbEntity* ent) {
   return id;
 }
 
+bool commandActive(const char* pattern) {
+  resbuf rb{};
+  if (dxedGetVar("CMDNAMES", &rb) != RTNORM || rb.restype != RTSTR) return false;
+  bool match = rb.resval.rstring && dxutWcMatch(rb.resval.rstring, pattern) == RTNORM;
+  free(rb.resval.rstring);
+  return match;
+}
+
 DxDbEntity* CSuperHatchAlgo::CClipRunner::clone(const DxDbEntity& pattern) {
   return static_cast<DxDbEntity*>(pattern.clone());
 }
@@ -229,7 +237,6 @@ bool CClipBlocks::clip(CSuperHatchAlgo::Bucket& bucket, DxDbObjectId outline) {
     DxDbObjectId id = appendToCurrentSpace(copy.release());
     if (id.isNull()) continue;
     ids.push_back(id);
-    keep(id);
     dx_name e;
     dxdbIdToName(e, id);
     dxedSSAdd(e, ids.size() > 1 ? set : nullptr, set);
@@ -240,7 +247,12 @@ bool CClipBlocks::clip(CSuperHatchAlgo::Bucket& bucket, DxDbObjectId outline) {
   dxdbIdToName(pl, outline);
   int rc = dxedCommandS(RTSTR, "._XCLIP", RTPICKS, ss.name(), RTSTR, "", RTSTR, "_N", RTSTR, "_S",
                         RTENAME, pl, 0);
-  return rc == RTNORM;
+  // Unclipped copies would spill over the area: they go again when the clip fails.
+  bool clipped = rc == RTNORM && !commandActive("*XCLIP");
+  for (DxDbObjectId id : ids)
+    if (clipped) keep(id);
+    else eraseEntity(id);
+  return clipped;
 }
 
 bool CClipImages::clip(CSuperHatchAlgo::Bucket& bucket, DxDbObjectId outline) {

@@ -20,6 +20,9 @@ DxDbPolyline* flattenedCopy(const DxDbPolyline& pl, int accuracy);
 // the entity deleted) on failure.
 DxDbObjectId appendToCurrentSpace(DxDbEntity* ent);
 
+// Whether the host's active commands (CMDNAMES) match the wildcard pattern.
+bool commandActive(const char* pattern);
+
 class CSuperHatchAlgo {
  public:
   using Bucket = std::vector<std::unique_ptr<DxDbEntity>>;

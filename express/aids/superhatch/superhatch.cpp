@@ -105,13 +105,6 @@ void erasePattern(DxDbObjectId id) {
   if (CDbObjectPtr<DxDbObject> r(reactor, DxDb::kForWrite); r) r->erase();
 }
 
-bool commandActive(const char* pattern) {
-  resbuf rb{};
-  if (dxedGetVar("CMDNAMES", &rb) != RTNORM || rb.restype != RTSTR) return false;
-  bool match = rb.resval.rstring && dxutWcMatch(rb.resval.rstring, pattern) == RTNORM;
-  free(rb.resval.rstring);
-  return match;
-}
 
 // FILEDIA 0 while a host command that would ask for a file runs.
 class CFileDiaOff {
@@ -174,9 +167,9 @@ int askFile(bool dialog, const StringDef& filter, std::string& path) {
   if (dialog) {
     resbuf rb{};
     int rc = dxedGetFileD(CResString(res::ShFileName), "", CResString(filter), 16 | 4, &rb);
-    if (rc != RTNORM) return rc;
-    if (rb.restype == RTSTR && rb.resval.rstring) answer = rb.resval.rstring;
-    free(rb.resval.rstring);
+    if (rc == RTCAN) return rc;
+    if (rc == RTNORM && rb.restype == RTSTR && rb.resval.rstring) answer = rb.resval.rstring;
+    if (rb.restype == RTSTR) free(rb.resval.rstring);
   } else {
     char buf[2049] = "";
     int rc = dxedGetString(1, CResString(res::ShFileName), buf, sizeof buf);
@@ -247,19 +240,13 @@ int blockPattern(std::string& lastName, CPattern& pat) {
   lastName = name;
   dx_name before;
   lastEntity(before);
-  dxedCommandS(RTSTR, "._-insert", RTSTR, name.c_str(), 0);
-  if (commandActive("*INSERT")) dxedCommandS(RTSTR, "_S", RTREAL, 1.0, RTSTR, "_R", RTREAL, 0.0, 0);
-  // The insertion point, asked while the host's command waits for it.
-  while (commandActive("*INSERT")) {
-    dx_point p;
-    rc = dxedGetPoint(nullptr, "\nSpecify insertion point: ", p);
-    if (rc != RTNORM) {
-      dxedCommandS(RTSTR, "", 0);
-      if (commandActive("*INSERT")) return RTCAN;
-      break;
-    }
-    dxedCommandS(RT3DPOINT, p, 0);
-  }
+  // Unscaled and unrotated, at a point asked as the host's insert asks it.
+  dx_point at;
+  rc = dxedGetPoint(nullptr, "\nSpecify insertion point: ", at);
+  if (rc != RTNORM) return rc == RTNONE ? RTCAN : rc;
+  rc = dxedCommandS(RTSTR, "._-insert", RTSTR, name.c_str(), RTSTR, "_S", RTREAL, 1.0, RTSTR, "_R", RTREAL, 0.0,
+                    RT3DPOINT, at, 0);
+  if (rc != RTNORM || commandActive("*INSERT")) return RTERROR;
   for (DxDbObjectId id : appendedAfter(before))
     if (id.objectClass() == DxDbBlockReference::desc()) pat = {id, true, kBlock};
   return pat.id.isNull() ? RTERROR : RTNORM;
@@ -566,6 +553,14 @@ void runSuperhatch(bool dialog) {
   }
   DxDbObjectId group = newGroup();
   tile(pat, sets, group);
+  // A run that made nothing leaves no empty group behind.
+  if (CDbObjectPtr<DxDbGroup> g(group, DxDb::kForWrite); g && g->numEntities() == 0) {
+    DxDbObjectId dictId = g->ownerId();
+    std::string key;
+    g->getName(key);
+    g->erase();
+    if (CDbObjectPtr<DxDbDictionary> d(dictId, DxDb::kForWrite); d) d->remove(key.c_str());
+  }
   boundaries.clear();
   for (const auto& s : sets) boundaries.insert(boundaries.end(), s.begin(), s.end());
   eraseAll(boundaries);
