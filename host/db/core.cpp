@@ -237,9 +237,36 @@ void DxDbObject::assertWriteEnabled() {
                                 DxDbHandle(m_stub->handle).str());
 }
 
+namespace dx::db {
+
+// Short lists are searched; from this length on an index pays for itself.
+constexpr size_t kIndexedReactors = 32;
+
+bool ObjectExtras::hasReactor(DxDbObjectId id) {
+  if (reactors.size() < kIndexedReactors) return std::find(reactors.begin(), reactors.end(), id) != reactors.end();
+  if (m_indexedSize != reactors.size() || m_indexedBack != reactors.back().stub()) {
+    m_reactorIndex.clear();
+    for (const auto& r : reactors) m_reactorIndex.insert(r.stub());
+    m_indexedSize = reactors.size();
+    m_indexedBack = reactors.back().stub();
+  }
+  return m_reactorIndex.count(id.stub()) != 0;
+}
+
+void ObjectExtras::addReactor(DxDbObjectId id) {
+  bool indexed = reactors.size() >= kIndexedReactors && m_indexedSize == reactors.size();
+  reactors.push_back(id);
+  if (!indexed) return;
+  m_reactorIndex.insert(id.stub());
+  m_indexedSize = reactors.size();
+  m_indexedBack = id.stub();
+}
+
+}  // namespace dx::db
+
 void DxDbObject::addPersistentReactor(DxDbObjectId id) {
-  auto& r = Access::extrasMut(*this).reactors;
-  if (std::find(r.begin(), r.end(), id) == r.end()) r.push_back(id);
+  ObjectExtras& x = Access::extrasMut(*this);
+  if (!x.hasReactor(id)) x.addReactor(id);
 }
 
 ErrorStatus DxDbObject::removePersistentReactor(DxDbObjectId id) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "host/dxf/tags.h"
@@ -63,6 +64,15 @@ struct ObjectExtras {
   std::vector<XTag> xdata;  // from the first 1001 on
   DxDbObjectIdArray reactors;
   bool empty() const { return runs.empty() && xdata.empty() && reactors.empty(); }
+  // Whether id is among the reactors. Long lists (an image definition with a reactor per
+  // image) are looked up in an index, rebuilt whenever the list changed behind its back.
+  bool hasReactor(DxDbObjectId id);
+  void addReactor(DxDbObjectId id);
+
+ private:
+  std::unordered_set<dx::db::Stub*> m_reactorIndex;
+  size_t m_indexedSize = 0;
+  dx::db::Stub* m_indexedBack = nullptr;
 };
 
 // Receives the groups of an object: the DXF writer and the entity-list builder.

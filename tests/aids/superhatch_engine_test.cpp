@@ -136,3 +136,11 @@ TEST(SuperhatchFlatten, HalfCircleGetsAccuracyOverTwoPoints) {
   straight.addVertexAt(1, {1, 0});
   EXPECT_EQ(flattenedCopy(straight, 64), nullptr);
 }
+
+TEST(SuperhatchClip, PolygonCutToATileKeepsTheExactAreaEvenWhenConcave) {
+  // A U shape whose arms both cross the tile: two parts joined along the tile's edge.
+  std::vector<DxGePoint2d> u = {{0, 0}, {10, 0}, {10, 10}, {7, 10}, {7, 3}, {3, 3}, {3, 10}, {0, 10}};
+  EXPECT_NEAR(area(clipToRect(u, {1, 2}, {9, 8})), 2 * (2 * 5) + 8 * 1, 1e-12);  // arms and the band below
+  EXPECT_NEAR(area(clipToRect(u, {-5, -5}, {15, 15})), area(u), 1e-12);
+  EXPECT_LT(clipToRect(u, {20, 20}, {30, 30}).size(), 3u);
+}

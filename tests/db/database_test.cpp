@@ -335,6 +335,37 @@ TEST(Dictionaries, ExtensionDictionaryAndGroupsKeepTheirMembers) {
   groups->close();
 }
 
+TEST(Dictionaries, LongReactorListsAndBatchedGroupsKeepEachIdOnce) {
+  Drawing d;
+  std::vector<DxDbObjectId> lines;
+  for (int i = 0; i < 100; ++i) lines.push_back(d.add(new DxDbLine({0, double(i), 0}, {1, double(i), 0})));
+  DxDbDictionary* groups = nullptr;
+  ASSERT_EQ(d.db->getGroupDictionary(groups, DxDb::kForWrite), Dxad::eOk);
+  auto* g = new DxDbGroup("many");
+  DxDbObjectId gid;
+  ASSERT_EQ(groups->setAt("MANY", g, gid), Dxad::eOk);
+  groups->close();
+  // Batches overlapping each other and themselves.
+  ASSERT_EQ(g->append(DxDbObjectIdArray(lines.begin(), lines.begin() + 60)), Dxad::eOk);
+  DxDbObjectIdArray again(lines.begin() + 50, lines.end());
+  again.push_back(lines[70]);
+  ASSERT_EQ(g->append(again), Dxad::eOk);
+  EXPECT_EQ(g->numEntities(), 100u);
+  EXPECT_EQ(g->append(lines[99]), Dxad::eAlreadyInDb);
+
+  // The group as a reactor of many objects, and many reactors on one object.
+  DxDbObject* hub = g;
+  for (auto id : lines) hub->addPersistentReactor(id);
+  hub->addPersistentReactor(lines[3]);
+  EXPECT_EQ(hub->getPersistentReactorIds().size(), 100u);
+  ASSERT_EQ(hub->removePersistentReactor(lines[40]), Dxad::eOk);
+  hub->addPersistentReactor(lines[41]);
+  EXPECT_EQ(hub->getPersistentReactorIds().size(), 99u);
+  hub->addPersistentReactor(lines[40]);
+  EXPECT_EQ(hub->getPersistentReactorIds().size(), 100u);
+  g->close();
+}
+
 // ---------------------------------------------------------------------------------------
 // Entity lists
 

@@ -281,6 +281,12 @@ bool CClipImages::clip(CSuperHatchAlgo::Bucket& bucket, DxDbObjectId outline) {
     img->setDisplayOpt(DxDbRasterImage::kClip, true);
     std::vector<DxGePoint2d> pixels;
     for (const auto& p : world) pixels.push_back(img->worldToPixel(p));
+    // Only the outline's part over this image: a tile does not carry the whole piece.
+    pixels = clipToRect(pixels, {-0.5, -0.5}, {size.x - 0.5, size.y - 0.5});
+    if (pixels.size() < 3) {
+      delete img;
+      continue;
+    }
     img->setClipBoundary(pixels);
     img->setClipping(true);
     DxDbObjectId imageId = appendToCurrentSpace(img);

@@ -97,6 +97,30 @@ std::vector<std::vector<DxGePoint2d>> splitArea(const std::vector<DxGePoint2d>& 
   return pieces;
 }
 
+std::vector<DxGePoint2d> clipToRect(const std::vector<DxGePoint2d>& poly, const DxGePoint2d& lo,
+                                    const DxGePoint2d& hi) {
+  std::vector<DxGePoint2d> out = poly, in;
+  // Each side as (axis, bound, keep below the bound).
+  const struct { bool x; double bound; bool below; } sides[4] = {
+      {true, lo.x, false}, {true, hi.x, true}, {false, lo.y, false}, {false, hi.y, true}};
+  for (const auto& side : sides) {
+    in.swap(out);
+    out.clear();
+    auto value = [&](const DxGePoint2d& p) { return side.x ? p.x : p.y; };
+    auto keeps = [&](const DxGePoint2d& p) { return side.below ? value(p) <= side.bound : value(p) >= side.bound; };
+    for (size_t i = 0; i < in.size(); ++i) {
+      const DxGePoint2d& a = in[(i + in.size() - 1) % in.size()];
+      const DxGePoint2d& b = in[i];
+      if (keeps(a) != keeps(b)) {
+        double t = (side.bound - value(a)) / (value(b) - value(a));
+        out.push_back({a.x + (b.x - a.x) * t, a.y + (b.y - a.y) * t});
+      }
+      if (keeps(b)) out.push_back(b);
+    }
+  }
+  return out;
+}
+
 bool CWyobiRect::IsInside(const DxGePoint2d& p) const {
   return p.x >= m_lo.x - kTol && p.x <= m_hi.x + kTol && p.y >= m_lo.y - kTol && p.y <= m_hi.y + kTol;
 }

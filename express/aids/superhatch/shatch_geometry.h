@@ -44,6 +44,11 @@ int arcSampleCount(double sweep, int accuracy);
 std::vector<std::vector<DxGePoint2d>> splitArea(const std::vector<DxGePoint2d>& outer,
                                                 const std::vector<std::vector<DxGePoint2d>>& islands);
 
+// The part of a polygon inside the rectangle lo..hi (edge by edge against each side, so a
+// concave polygon may come back joined by edges of no width; its area is exact).
+std::vector<DxGePoint2d> clipToRect(const std::vector<DxGePoint2d>& poly, const DxGePoint2d& lo,
+                                    const DxGePoint2d& hi);
+
 // A piece as the sorting sees it.
 class CWyobiShape {
  public:

@@ -1,5 +1,6 @@
 // GROUP: a named, ordered set of entities.
 #include <cmath>
+#include <unordered_set>
 
 #include "host/db/family.h"
 
@@ -46,16 +47,22 @@ ErrorStatus DxDbGroup::append(DxDbObjectId id) {
   assertWriteEnabled();
   if (std::find(m_entities.begin(), m_entities.end(), id) != m_entities.end())
     return Dxad::eAlreadyInDb;
-  m_entities.push_back(id);
-  if (DxDbObject* o = objectOf(id)) {
-    if (Stub* s = id.stub(); s && s->db) s->db->noteWrite(s);
-    o->addPersistentReactor(objectId());
-  }
-  return Dxad::eOk;
+  return append(DxDbObjectIdArray{id});
 }
 ErrorStatus DxDbGroup::append(const DxDbObjectIdArray& ids) {
-  for (const auto& id : ids)
-    if (auto es = append(id); es != Dxad::eOk && es != Dxad::eAlreadyInDb) return es;
+  // Members are looked up once, so that filling a group in batches stays linear.
+  std::unordered_set<Stub*> members;
+  for (const auto& id : m_entities) members.insert(id.stub());
+  for (const auto& id : ids) {
+    if (id.isNull()) return Dxad::eNullObjectId;
+    if (!members.insert(id.stub()).second) continue;
+    assertWriteEnabled();
+    m_entities.push_back(id);
+    if (DxDbObject* o = objectOf(id)) {
+      if (Stub* s = id.stub(); s && s->db) s->db->noteWrite(s);
+      o->addPersistentReactor(objectId());
+    }
+  }
   return Dxad::eOk;
 }
 ErrorStatus DxDbGroup::remove(DxDbObjectId id) {
