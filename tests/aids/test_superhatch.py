@@ -15,7 +15,7 @@ import unittest
 
 import ezdxf
 from ezdxf.math import Vec2
-from ezdxf.math.clipping import clip_polygon_2d, is_point_in_polygon_2d
+from ezdxf.math.clipping import is_point_in_polygon_2d
 from PIL import Image
 
 DRAXEL = os.environ.get("DRAXEL", "draxel")
@@ -111,13 +111,14 @@ class Superhatch(unittest.TestCase):
         for img in images:
             o, u, v = Vec2(img.dxf.insert), Vec2(img.dxf.u_pixel), Vec2(img.dxf.v_pixel)
             w, h = img.dxf.image_size.x, img.dxf.image_size.y
-            frame = [o, o + u * w, o + u * w + v * h, o + v * h]
             clip = [Vec2(p) for p in img.boundary_path_wcs()]
             if clip[0].isclose(clip[-1]):
                 clip.pop()
-            piece = clip_polygon_2d(frame, clip)
-            if len(piece) >= 3:
-                parts.append(list(piece))
+            # Each tile's clip boundary lies on the tile, so it is what shows of it.
+            for p in clip:
+                s, t = (p - o).dot(u) / u.dot(u), (p - o).dot(v) / v.dot(v)
+                self.assertTrue(-1e-6 <= s <= w + 1e-6 and -1e-6 <= t <= h + 1e-6, p)
+            parts.append(clip)
         return parts
 
     def test_wipeout_fills_the_area_without_a_grid(self):
@@ -128,6 +129,12 @@ class Superhatch(unittest.TestCase):
         parts = [[Vec2(p) for p in w.boundary_path_wcs()][:-1] for w in wipeouts]
         self.assert_covers_area_once(parts)
         self.assert_no_leftovers(doc)
+
+    def test_rotated_image_tiles_cover_the_area_too(self):
+        doc = self.run_script('-SUPERHATCH I brick.png 3,4 7 30 50,50 ""\n')
+        images = list(doc.modelspace().query("IMAGE"))
+        self.assertTrue(all(abs(Vec2(i.dxf.u_pixel).angle_deg - 30) < 1e-9 for i in images))
+        self.assert_covers_area_once(self.image_parts(images))
 
     def test_image_tiles_clipped_in_pixels(self):
         doc = self.run_script('-SUPERHATCH I brick.png 0,0 7 0 50,50 ""\n')

@@ -58,9 +58,9 @@ class Commands(Module):
         self.assertIn("probe: express.drx reports API version 2400\n", r.stdout)
 
     def test_commands_without_a_body_say_so_in_one_line(self):
-        r = self.run_draxel("-c", "superhatch -LayoutMerge")
+        r = self.run_draxel("-c", "bcount -LayoutMerge")
         self.assertEqual(r.returncode, 0, r.stderr)
-        self.assertIn("\nThe superhatch command is not available in this version.\n", r.stdout)
+        self.assertIn("\nThe bcount command is not available in this version.\n", r.stdout)
         self.assertIn("\nThe -LayoutMerge command is not available in this version.\n", r.stdout)
 
     def test_the_menu_group_is_loaded_with_every_command(self):

@@ -216,6 +216,28 @@ int imagePattern(bool dialog, CPattern& pat) {
   return pat.id.isNull() ? RTERROR : RTNORM;
 }
 
+// A block reference made by a host command (insert, or xref with its attach option), unscaled
+// and unrotated, at a point asked as the host's command asks it.
+int referenceByCommand(const char* command, const char* option, const std::string& name, const char* active,
+                       CPattern& pat) {
+  dx_point at;
+  int rc = dxedGetPoint(nullptr, "\nSpecify insertion point: ", at);
+  if (rc != RTNORM) return rc == RTNONE ? RTCAN : rc;
+  dx_name before;
+  lastEntity(before);
+  CResbufPtr args(dxutBuildList(RTSTR, command, 0));
+  resbuf* tail = args.get();
+  auto add = [&](resbuf* rb) { tail = tail->rbnext = rb; };
+  if (option) add(dxutBuildList(RTSTR, option, 0));
+  add(dxutBuildList(RTSTR, name.c_str(), RTSTR, "_S", RTREAL, 1.0, RTSTR, "_R", RTREAL, 0.0, RT3DPOINT, at, 0));
+  while (tail->rbnext) tail = tail->rbnext;
+  rc = dxedCmdS(args.get());
+  if (rc != RTNORM || commandActive(active)) return RTERROR;
+  for (DxDbObjectId id : appendedAfter(before))
+    if (id.objectClass() == DxDbBlockReference::desc()) pat = {id, true, kBlock};
+  return pat.id.isNull() ? RTERROR : RTNORM;
+}
+
 int blockPattern(std::string& lastName, CPattern& pat) {
   char prompt[600];
   std::snprintf(prompt, sizeof prompt, CResString(res::ShBlockName).c_str(), lastName.c_str());
@@ -238,18 +260,15 @@ int blockPattern(std::string& lastName, CPattern& pat) {
     return RTREJ;
   }
   lastName = name;
-  dx_name before;
-  lastEntity(before);
-  // Unscaled and unrotated, at a point asked as the host's insert asks it.
-  dx_point at;
-  rc = dxedGetPoint(nullptr, "\nSpecify insertion point: ", at);
-  if (rc != RTNORM) return rc == RTNONE ? RTCAN : rc;
-  rc = dxedCommandS(RTSTR, "._-insert", RTSTR, name.c_str(), RTSTR, "_S", RTREAL, 1.0, RTSTR, "_R", RTREAL, 0.0,
-                    RT3DPOINT, at, 0);
-  if (rc != RTNORM || commandActive("*INSERT")) return RTERROR;
-  for (DxDbObjectId id : appendedAfter(before))
-    if (id.objectClass() == DxDbBlockReference::desc()) pat = {id, true, kBlock};
-  return pat.id.isNull() ? RTERROR : RTNORM;
+  return referenceByCommand("._-insert", nullptr, name, "*INSERT", pat);
+}
+
+int xrefPattern(bool dialog, CPattern& pat) {
+  std::string path;
+  int rc = askFile(dialog, res::ShXrefFilter, path);
+  if (rc != RTNORM) return rc;
+  CFileDiaOff fileDia;
+  return referenceByCommand("._-xref", "_A", path, "*XREF", pat);
 }
 
 int wipeoutPattern(CPattern& pat) {
@@ -363,6 +382,7 @@ bool goOnWithLargeJob(const CPattern& pat, const std::vector<std::vector<DxDbObj
   int rc = dxedGetKword(CResString(res::ShLargeJob3), kw, sizeof kw);
   // Only "No" and Enter go on: the question reads the other way round on purpose.
   if (rc == RTNONE) return true;
+  if (rc == RTCAN) say(res::ShCancelled);
   return rc == RTNORM && (std::strcmp(kw, "No") == 0 || std::strcmp(kw, "_No") == 0);
 }
 
@@ -524,7 +544,7 @@ void runSuperhatch(bool dialog) {
       case kBlock: rc = blockPattern(lastBlock, pat); break;
       case kWipeout: rc = wipeoutPattern(pat); break;
       case kSelect: rc = selectPattern(pat); break;
-      default: say(res::ShInputError); break;
+      case kXref: rc = xrefPattern(dialog, pat); break;
     }
     if (rc == RTNORM) break;
     if (!dialog) {
