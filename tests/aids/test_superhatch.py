@@ -130,6 +130,17 @@ class Superhatch(unittest.TestCase):
         self.assert_covers_area_once(parts)
         self.assert_no_leftovers(doc)
 
+    def test_block_tiles_are_clipped_to_pieces_that_make_up_the_area(self):
+        # The block comes in at 0,0, inside the area: it must not cut its own footprint out.
+        doc = self.run_script('-SUPERHATCH B TILE 0,0 50,50 ""\n')
+        pieces = set()
+        for ref in self.group_members(doc):
+            tags = ref.get_extension_dict()["ACAD_FILTER"]["SPATIAL"].xtags.get_subclass("AcDbSpatialFilter")
+            pieces.add(tuple((round(t.value[0], 9), round(t.value[1], 9)) for t in tags if t.code == 10))
+        self.assertAlmostEqual(sum(shoelace([Vec2(p) for p in piece]) for piece in pieces), flattened_area(),
+                               delta=1e-6)
+        self.assert_no_leftovers(doc)
+
     def test_rotated_image_tiles_cover_the_area_too(self):
         doc = self.run_script('-SUPERHATCH I brick.png 3,4 7 30 50,50 ""\n')
         images = list(doc.modelspace().query("IMAGE"))

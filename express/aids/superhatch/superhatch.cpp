@@ -557,7 +557,15 @@ void runSuperhatch(bool dialog) {
     if (pat.madeByRun) erasePattern(pat.id);
   };
   std::vector<std::vector<DxDbObjectId>> sets;
+  // The pattern is no boundary: hidden while the areas are found, else a pattern placed
+  // inside the area would cut its own footprint out of it.
+  DxDb::Visibility shown = DxDb::kVisible;
+  if (CDbObjectPtr<DxDbEntity> e(pat.id, DxDb::kForWrite); e) {
+    shown = e->visibility();
+    e->setVisibility(DxDb::kInvisible);
+  }
   int rc = pickBoundaries(sets);
+  if (CDbObjectPtr<DxDbEntity> e(pat.id, DxDb::kForWrite); e) e->setVisibility(shown);
   std::vector<DxDbObjectId> boundaries;
   for (const auto& s : sets) boundaries.insert(boundaries.end(), s.begin(), s.end());
   if (rc != RTNORM || sets.empty()) {
