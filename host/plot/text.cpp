@@ -126,17 +126,10 @@ void TextPainter::drawText(const DxDbText* t, const DxGeMatrix3d& m, const Rgb& 
 
 void TextPainter::drawLabel(const std::string& text, DxDbObjectId style, double x, double y, double ux,
                             double uy, double height, const Rgb& color) {
-  std::string file, family;
-  double wf = 1, oblique = 0;
-  if (ReadOpen<DxDbTextStyleTableRecord> s(style); s) {
-    file = s->fileName();
-    family = s->fontFamily();
-    if (s->xScale() > 0) wf = s->xScale();
-    oblique = s->obliquingAngle();
-  }
+  dx::db::StyleFont f = dx::db::styleFont(style);
   std::vector<Glyph> items;
-  dx::text::place(dx::text::percentCodes(dx::text::decode(text)), dx::text::faceFor(file, family), height, wf,
-                  oblique, {}, 0, 0, items);
+  dx::text::place(dx::text::percentCodes(dx::text::decode(text)), dx::text::faceFor(f.file, f.family), height,
+                  f.widthFactor, f.oblique, {}, 0, 0, items);
   // Text units are device units here, y up: the baseline along (ux, uy), up to its left.
   DxGeMatrix3d frame;
   frame.entry[0][0] = ux, frame.entry[0][1] = uy, frame.entry[0][3] = x;

@@ -1,13 +1,6 @@
 #include "host/db/entities/text_layout.h"
 
 namespace dx::db {
-namespace {
-
-struct StyleFont {
-  std::string file, family;
-  double widthFactor = 1, oblique = 0, height = 0;
-};
-
 StyleFont styleFont(DxDbObjectId id) {
   StyleFont f;
   DxDbTextStyleTableRecord* s = nullptr;
@@ -21,8 +14,6 @@ StyleFont styleFont(DxDbObjectId id) {
   }
   return f;
 }
-
-}  // namespace
 
 void layoutOf(const DxDbText& t, dx::text::Layout& out) {
   StyleFont f = styleFont(t.textStyle());

@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "host/editor/core/session.h"
-#include "host/text/layout.h"
+#include "host/db/entities/text_layout.h"
 
 int dxedTextBox(const resbuf* ent, dx_point p1, dx_point p2) {
   using namespace dx::ed;
@@ -28,34 +28,24 @@ int dxedTextBox(const resbuf* ent, dx_point p1, dx_point p2) {
       default: break;
     }
   }
-  std::string fontFile, family;
-  double styleWidth = 1, styleHeight = 0;
+  dx::db::StyleFont style;
   if (DxDbDatabase* db = Session::get().current() ? Session::get().current()->database() : nullptr) {
     Opened<DxDbTextStyleTable> table(db->textStyleTableId(), DxDb::kForRead);
     DxDbObjectId sid;
-    if (table && table->getIdAt(styleName.c_str(), sid) == Dxad::eOk) {
-      table.close();
-      Opened<DxDbTextStyleTableRecord> style(sid, DxDb::kForRead);
-      if (style) {
-        fontFile = style->fileName();
-        family = style->fontFamily();
-        styleWidth = style->xScale();
-        styleHeight = style->textSize();
-      }
-    }
+    if (table && table->getIdAt(styleName.c_str(), sid) == Dxad::eOk) style = dx::db::styleFont(sid);
   }
-  if (!haveHeight || height <= 0) height = styleHeight > 0 ? styleHeight : Session::get().getReal("TEXTSIZE");
-  if (!haveWidth || widthFactor <= 0) widthFactor = styleWidth > 0 ? styleWidth : 1;
+  if (!haveHeight || height <= 0) height = style.height > 0 ? style.height : Session::get().getReal("TEXTSIZE");
+  if (!haveWidth || widthFactor <= 0) widthFactor = style.widthFactor;
   // The text's own frame: from its insertion point along the baseline, unrotated.
   dx::text::Layout layout;
   dx::text::TextParams p;
   p.text = text;
-  p.fontFile = fontFile;
-  p.family = family;
+  p.fontFile = style.file;
+  p.family = style.family;
   p.height = height;
   p.widthFactor = widthFactor;
   dx::text::layoutText(p, layout);
-  if (!dx::text::faceFor(fontFile, family)) return RTERROR;
+  if (!dx::text::faceFor(style.file, style.family)) return RTERROR;
   double w = 0, lo = 0, hi = text.empty() ? 0 : height;
   for (const auto& g : layout.glyphs) {
     w = std::max(w, g.x + g.advance * g.wf);
