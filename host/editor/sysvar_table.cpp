@@ -100,6 +100,7 @@ std::vector<VarDef> buildTable() {
       {"PLINEWID", R(0), D},
       {"PROXYNOTICE", S(1), 0, 0, 1},
       {"QAFLAGS", S(0), 0, 0, 32767},
+      {"REFEDITNAME", T(""), C},
       {"REGENMODE", S(1), D, 0, 1},
       {"SCREENSIZE", P2(1280, 800), RO},
       {"SDI", S(0), 0, 0, 3},

@@ -55,3 +55,27 @@ TEST_F(SuperhatchCommandTest, EachDocumentKeepsItsOwnAccuracyUntilItCloses) {
   session().setCurrent(third);
   EXPECT_EQ(circleAccuracy().accuracy, kDefaultAccuracy);
 }
+
+TEST_F(SuperhatchCommandTest, RefusesToRunWhileAReferenceIsEditedInPlace) {
+  // What REFEDIT leaves on the drawing while a working set is open.
+  session().current()->refEditName = "DOOR";
+  resbuf rb{};
+  ASSERT_EQ(dxedGetVar("REFEDITNAME", &rb), RTNORM);
+  EXPECT_STREQ(rb.resval.rstring, "DOOR");
+  free(rb.resval.rstring);
+  resbuf other{};
+  other.restype = RTSTR;
+  other.resval.rstring = const_cast<char*>("X");
+  EXPECT_EQ(dxedSetVar("REFEDITNAME", &other), RTERROR);  // only the host sets it
+  runSuperhatch(false);
+  std::string said = out();
+  EXPECT_NE(said.find(" Could not operate in workseting.\n"), std::string::npos);
+  EXPECT_EQ(said.find("Select a pattern type"), std::string::npos);
+
+  session().current()->refEditName.clear();
+  session().directAnswers.push_back(dx::ed::Answer::cancel());
+  runSuperhatch(false);
+  said = out();
+  EXPECT_EQ(said.find("workseting"), std::string::npos);
+  EXPECT_NE(said.find("Select a pattern type"), std::string::npos);
+}

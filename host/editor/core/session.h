@@ -81,6 +81,8 @@ class Document : public DxApDocument {
   std::vector<DxDbObjectId> previousSet, pickFirst;
   std::optional<DxGePoint3d> lastPoint;
   std::string lastBlockName;
+  // The reference being edited in place (REFEDITNAME); "" while none is.
+  std::string refEditName;
 
  private:
   std::unique_ptr<DxDbDatabase> m_db;

@@ -122,6 +122,7 @@ bool Session::getVar(const std::string& nameIn, VarValue& v) const {
     if (name == "CMDNAMES") v.text = cmdNames();
     else if (name == "CMDACTIVE") v.integer = m_frames.empty() ? 0 : 1;
     else if (name == "DWGNAME" && doc) v.text = doc->docTitle();
+    else if (name == "REFEDITNAME" && doc) v.text = doc->refEditName;
     else if (name == "DWGPREFIX" && doc) {
       fs::path p(doc->fileName());
       std::string folder = p.has_parent_path() ? p.parent_path().string()
