@@ -140,6 +140,13 @@ class DxDbRasterImageDefReactor : public DxDbObject {
   DxDbRasterImageDefReactor() = default;
   DxDbObjectId imageId() const { return m_image; }
   Dxad::ErrorStatus setImageId(DxDbObjectId id);
+  // Ties an image in a drawing to its definition (the image's imageDefId()): a new reactor
+  // that the image owns and the definition lists, so the definition knows who shows it.
+  // The image and its definition must not be open. eInvalidInput when the image has no
+  // definition.
+  static Dxad::ErrorStatus link(DxDbObjectId imageId);
+  // Undoes link before an image is erased: the definition drops the reactor, which goes.
+  static Dxad::ErrorStatus unlink(DxDbObjectId imageId);
 
  private:
   friend struct dx::db::Access;

@@ -263,7 +263,6 @@ bool CClipImages::clip(CSuperHatchAlgo::Bucket& bucket, DxDbObjectId outline) {
     world.resize(pl->numVerts());
     for (unsigned i = 0; i < pl->numVerts(); ++i) pl->getPointAt(i, world[i]);
   }
-  DxDbDatabase* db = dxdbHostApplicationServices()->workingDatabase();
   for (auto& entity : bucket) {
     auto* copy = DxRxObject::cast<DxDbRasterImage>(entity.get());
     if (!copy) return false;
@@ -292,19 +291,7 @@ bool CClipImages::clip(CSuperHatchAlgo::Bucket& bucket, DxDbObjectId outline) {
     DxDbObjectId imageId = appendToCurrentSpace(img);
     if (imageId.isNull()) return false;
     keep(imageId);
-    // The definition learns of its new image through a reactor the image owns.
-    auto* reactor = new DxDbRasterImageDefReactor();
-    DxDbObjectId reactorId;
-    if (db->addDxDbObject(reactorId, reactor) != Dxad::eOk) {
-      delete reactor;
-      continue;
-    }
-    reactor->setOwnerId(imageId);
-    reactor->setImageId(imageId);
-    reactor->close();
-    if (CDbObjectPtr<DxDbRasterImage> placed(imageId, DxDb::kForWrite); placed) placed->setReactorId(reactorId);
-    if (CDbObjectPtr<DxDbRasterImageDef> def(copy->imageDefId(), DxDb::kForWrite); def)
-      def->addPersistentReactor(reactorId);
+    DxDbRasterImageDefReactor::link(imageId);
   }
   return true;
 }

@@ -88,23 +88,12 @@ void eraseAll(const std::vector<DxDbObjectId>& ids) {
     if (CDbObjectPtr<DxDbEntity> e(id, DxDb::kForWrite); e) e->erase();
 }
 
-// Erases an entity the run made; an image takes its definition reactor along, so that the
+// Erases an entity the run made; an image leaves its definition first, so that the
 // definition lists only the tiles.
 void erasePattern(DxDbObjectId id) {
-  DxDbObjectId reactor, def;
-  {
-    CDbObjectPtr<DxDbRasterImage> img(id, DxDb::kForRead);
-    if (img && !DxRxObject::cast<DxDbWipeout>(img.get())) {
-      reactor = img->reactorId();
-      def = img->imageDefId();
-    }
-  }
+  if (id.objectClass() == DxDbRasterImage::desc()) DxDbRasterImageDefReactor::unlink(id);
   eraseAll({id});
-  if (reactor.isNull()) return;
-  if (CDbObjectPtr<DxDbObject> d(def, DxDb::kForWrite); d) d->removePersistentReactor(reactor);
-  if (CDbObjectPtr<DxDbObject> r(reactor, DxDb::kForWrite); r) r->erase();
 }
-
 
 // FILEDIA 0 while a host command that would ask for a file runs.
 class CFileDiaOff {

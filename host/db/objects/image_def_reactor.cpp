@@ -30,3 +30,54 @@ ErrorStatus DxDbRasterImageDefReactor::setImageId(DxDbObjectId id) {
   m_image = id;
   return Dxad::eOk;
 }
+
+ErrorStatus DxDbRasterImageDefReactor::link(DxDbObjectId imageId) {
+  DxDbObjectId defId;
+  {
+    DxDbRasterImage* img = nullptr;
+    if (ErrorStatus es = dxdbOpenObject(img, imageId, DxDb::kForRead); es != Dxad::eOk) return es;
+    defId = img->imageDefId();
+    img->close();
+  }
+  if (defId.isNull() || !imageId.database()) return Dxad::eInvalidInput;
+  auto* reactor = new DxDbRasterImageDefReactor();
+  DxDbObjectId reactorId;
+  if (ErrorStatus es = imageId.database()->addDxDbObject(reactorId, reactor); es != Dxad::eOk) {
+    delete reactor;
+    return es;
+  }
+  reactor->setOwnerId(imageId);
+  reactor->setImageId(imageId);
+  reactor->close();
+  DxDbRasterImage* img = nullptr;
+  if (ErrorStatus es = dxdbOpenObject(img, imageId, DxDb::kForWrite); es != Dxad::eOk) return es;
+  img->setReactorId(reactorId);
+  img->close();
+  DxDbObject* def = nullptr;
+  if (ErrorStatus es = dxdbOpenObject(def, defId, DxDb::kForWrite); es != Dxad::eOk) return es;
+  def->addPersistentReactor(reactorId);
+  def->close();
+  return Dxad::eOk;
+}
+
+ErrorStatus DxDbRasterImageDefReactor::unlink(DxDbObjectId imageId) {
+  DxDbObjectId defId, reactorId;
+  {
+    DxDbRasterImage* img = nullptr;
+    if (ErrorStatus es = dxdbOpenObject(img, imageId, DxDb::kForWrite, true); es != Dxad::eOk) return es;
+    defId = img->imageDefId();
+    reactorId = img->reactorId();
+    img->setReactorId(DxDbObjectId());
+    img->close();
+  }
+  if (reactorId.isNull()) return Dxad::eOk;
+  DxDbObject* obj = nullptr;
+  if (dxdbOpenObject(obj, defId, DxDb::kForWrite) == Dxad::eOk) {
+    obj->removePersistentReactor(reactorId);
+    obj->close();
+  }
+  if (ErrorStatus es = dxdbOpenObject(obj, reactorId, DxDb::kForWrite); es != Dxad::eOk) return es;
+  obj->erase();
+  obj->close();
+  return Dxad::eOk;
+}

@@ -51,22 +51,6 @@ DxDbObjectId definitionFor(const std::string& path, const RasterInfo& info) {
   return id;
 }
 
-// Ties a new image to its definition through an IMAGEDEF_REACTOR the image owns.
-void linkToDefinition(DxDbObjectId imageId, DxDbObjectId defId) {
-  auto* reactor = new DxDbRasterImageDefReactor();
-  DxDbObjectId reactorId;
-  if (db()->addDxDbObject(reactorId, reactor) != Dxad::eOk) {
-    delete reactor;
-    return;
-  }
-  reactor->setOwnerId(imageId);
-  reactor->setImageId(imageId);
-  reactor->close();
-  if (Opened<DxDbRasterImage> img(imageId, DxDb::kForWrite); img) img->setReactorId(reactorId);
-  if (Opened<DxDbRasterImageDef> def(defId, DxDb::kForWrite); def)
-    def->addPersistentReactor(reactorId);
-}
-
 void attach() {
   std::string answer;
   if (askString("\nEnter image file name to attach: ", answer, false) != RTNORM || answer.empty())
@@ -115,7 +99,7 @@ void attach() {
     say("\nThe image could not be added to the drawing.\n");
     return;
   }
-  linkToDefinition(imageId, defId);
+  DxDbRasterImageDefReactor::link(imageId);
   DxDbRasterVariables::openOrCreate(db());
 }
 
