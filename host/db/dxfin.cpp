@@ -681,7 +681,12 @@ bool readDxf(DatabaseImpl& db, dxf::Bytes data, std::string& error) {
   auto rd = dxf::TagReader::fromBytes(std::move(data), error);
   if (!rd) return false;
   Reader r(db, *rd);
-  return r.run(error);
+  bool ok = r.run(error);
+  if (rd->cutShort()) {
+    error = "the file was cut short by another program while it was read";
+    return false;
+  }
+  return ok;
 }
 
 }  // namespace dx::db

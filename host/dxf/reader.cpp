@@ -3,10 +3,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <iterator>
+#include <mutex>
 #include <utility>
 
 #include "host/dxf/tags.h"
@@ -58,6 +62,7 @@ class ReaderBase : public TagReader {
   }
   const std::string& acadVersion() const override { return version_; }
   const std::string& codePage() const override { return codePage_; }
+  bool cutShort() const override { return data_.cutShort(); }
 
  protected:
   // Goes back to the start of the last tag.
@@ -475,6 +480,7 @@ Bytes& Bytes::operator=(Bytes&& o) noexcept {
   if (this == &o) return *this;
   release();
   map_ = std::exchange(o.map_, nullptr);
+  guard_ = std::exchange(o.guard_, -1);
   size_ = std::exchange(o.size_, 0);
   own_ = std::move(o.own_);
   data_ = map_ ? o.data_ : own_.data();
@@ -483,7 +489,78 @@ Bytes& Bytes::operator=(Bytes&& o) noexcept {
   return *this;
 }
 
+namespace {
+// A mapped file that another program truncates while we read it turns each page past its
+// new end into SIGBUS. The handler puts zero pages in their place, so that the parse runs
+// into a NUL and stops, and marks the mapping, so that the load fails with a message.
+struct MapSlot {
+  std::atomic<uintptr_t> begin{0};
+  std::atomic<size_t> length{0};
+  std::atomic<bool> cut{false};
+};
+MapSlot g_maps[16];
+uintptr_t g_page = 4096;
+struct sigaction g_previousBus;
+
+void onBusError(int sig, siginfo_t* info, void* context) {
+  const auto at = reinterpret_cast<uintptr_t>(info->si_addr);
+  for (MapSlot& m : g_maps) {
+    uintptr_t b = m.begin.load(std::memory_order_acquire);
+    size_t n = m.length.load(std::memory_order_acquire);
+    if (b == 0 || at < b || at >= b + n) continue;
+    uintptr_t from = at & ~(g_page - 1), end = (b + n + g_page - 1) & ~(g_page - 1);
+    if (::mmap(reinterpret_cast<void*>(from), end - from, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1,
+               0) != MAP_FAILED) {
+      m.cut.store(true);
+      return;
+    }
+  }
+  // Not one of ours: to whoever handled it before, else the default (the fault repeats
+  // and ends the process, as it would have without us).
+  if ((g_previousBus.sa_flags & SA_SIGINFO) && g_previousBus.sa_sigaction) {
+    g_previousBus.sa_sigaction(sig, info, context);
+    return;
+  }
+  if (!(g_previousBus.sa_flags & SA_SIGINFO) && g_previousBus.sa_handler != SIG_DFL &&
+      g_previousBus.sa_handler != SIG_IGN) {
+    g_previousBus.sa_handler(sig);
+    return;
+  }
+  ::signal(SIGBUS, SIG_DFL);
+}
+
+// A slot for the mapping, or -1 when all are taken (the mapping is then unguarded).
+int guardMapping(const void* p, size_t size) {
+  static std::once_flag installed;
+  std::call_once(installed, [] {
+    g_page = uintptr_t(::sysconf(_SC_PAGESIZE));
+    struct sigaction sa {};
+    sa.sa_sigaction = onBusError;
+    sa.sa_flags = SA_SIGINFO;
+    sigemptyset(&sa.sa_mask);
+    ::sigaction(SIGBUS, &sa, &g_previousBus);
+  });
+  for (int i = 0; i < int(std::size(g_maps)); ++i) {
+    size_t free = 0;  // the length claims the slot, the start makes it live
+    if (!g_maps[i].length.compare_exchange_strong(free, size)) continue;
+    g_maps[i].cut.store(false);
+    g_maps[i].begin.store(reinterpret_cast<uintptr_t>(p), std::memory_order_release);
+    return i;
+  }
+  return -1;
+}
+
+void unguardMapping(int slot) {
+  if (slot < 0) return;
+  g_maps[slot].begin.store(0, std::memory_order_release);
+  g_maps[slot].length.store(0, std::memory_order_release);
+}
+}  // namespace
+
+bool Bytes::cutShort() const { return guard_ >= 0 && g_maps[guard_].cut.load(); }
+
 void Bytes::release() {
+  unguardMapping(std::exchange(guard_, -1));
   if (map_) ::munmap(map_, size_);
   map_ = nullptr;
   own_.clear();
@@ -502,6 +579,7 @@ bool Bytes::fromFd(int fd, uint64_t size, Bytes& out, std::string& error) {
     void* p = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, 0);
     if (p != MAP_FAILED) {
       out.map_ = p;
+      out.guard_ = guardMapping(p, size_t(size));
       out.data_ = static_cast<const char*>(p);
       out.size_ = size_t(size);
       return true;

@@ -60,6 +60,9 @@ class Bytes {
   const char* data() const { return data_; }
   size_t size() const { return size_; }
   std::string_view view() const { return {data_, size_}; }
+  // Whether the mapped file was truncated by someone else while it was mapped: the lost
+  // pages then read as zeros (instead of killing the process with SIGBUS).
+  bool cutShort() const;
 
  private:
   void release();
@@ -67,6 +70,7 @@ class Bytes {
   const char* data_ = own_.data();
   size_t size_ = 0;
   void* map_ = nullptr;
+  int guard_ = -1;  // the mapping's slot in the SIGBUS handler's list
 };
 
 // Reads tags one at a time from a whole file held in memory. Detects binary DXF by its
@@ -97,14 +101,20 @@ class TagReader {
   virtual const std::string& acadVersion() const = 0;
   // $DWGCODEPAGE seen so far in the header ("ANSI_1252" when none was given).
   virtual const std::string& codePage() const = 0;
+  // Whether the file was truncated while it was read (see Bytes::cutShort).
+  virtual bool cutShort() const = 0;
 };
 
-// Writes ASCII DXF into a growing buffer, flushed to a file. Doubles are written in
-// the shortest form that reads back to the same value.
+// Writes ASCII DXF into a buffer. Either the whole text stays in memory (buffer(),
+// saveTo()), or, after open(), it streams to a temporary file in chunks that commit()
+// renames into place: a big drawing then never sits in memory twice. Doubles are
+// written in the shortest form that reads back to the same value.
 class TagWriter {
  public:
   TagWriter();
-  ~TagWriter();
+  ~TagWriter();  // an open temporary not committed is removed
+  TagWriter(const TagWriter&) = delete;
+  TagWriter& operator=(const TagWriter&) = delete;
   // Whether non-ASCII text is written as "\U+XXXX" (drawings before AC1021).
   void setEscapeNonAscii(bool on) { escapeNonAscii_ = on; }
 
@@ -116,17 +126,33 @@ class TagWriter {
   void point2(int code, double x, double y);
   void tag(const Tag& t);  // any tag, by its kind
 
+  // What is written and not yet streamed out: everything when open() was not called.
   const std::string& buffer() const { return buf_; }
   std::string& buffer() { return buf_; }
-  // Writes to path through a temporary file and a rename. False and error on failure.
+  // Writes the buffer to path through a temporary file and a rename. False and error
+  // on failure.
   bool saveTo(const std::string& path, std::string& error) const;
-  // Whether saveTo flushes the file to the disk before the rename (off: the rename
+  // Starts streaming to a temporary beside path (a symbolic link's target is replaced).
+  // False and error when it cannot be created.
+  bool open(const std::string& path, std::string& error);
+  // Writes the rest and renames the temporary into place; on any failure (including one
+  // of an earlier chunk) the temporary is removed and the old file stays as it was.
+  bool commit(std::string& error);
+  // Whether the file is flushed to the disk before the rename (off: the rename
   // alone already keeps the old file intact on any failure short of a power cut).
   void setSyncOnSave(bool on) { syncOnSave_ = on; }
 
+  struct Output;  // the temporary being streamed to
+
  private:
   void code(int c);
+  void spillIfFull() {
+    if (buf_.size() >= spillAt_) spill();
+  }
+  void spill();
   std::string buf_;
+  size_t spillAt_;
+  std::unique_ptr<Output> out_;
   bool escapeNonAscii_ = false;
   bool syncOnSave_ = false;
 };

@@ -5,10 +5,14 @@
 #include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <condition_variable>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <mutex>
 #include <random>
+#include <thread>
 
 #include "host/dxf/tags.h"
 
@@ -119,8 +123,11 @@ bool hasLineBreakOrHigh(std::string_view s, bool high) {
 
 }  // namespace
 
-TagWriter::TagWriter() { buf_.reserve(1 << 20); }
-TagWriter::~TagWriter() = default;
+// Streamed output goes out in chunks of this size: big enough for few system calls,
+// small enough to stay in the processor's cache between formatting and copying.
+constexpr size_t kChunk = 1 << 20;
+
+TagWriter::TagWriter() : spillAt_(SIZE_MAX) { buf_.reserve(kChunk); }
 
 void TagWriter::code(int c) {
   char b[16];
@@ -141,6 +148,7 @@ void TagWriter::str(int c, std::string_view s) {
     code(c);
     buf_ += out;
     buf_ += '\n';
+    spillIfFull();
     return;
   }
   // One append for the common short value: code, text and line end together.
@@ -151,11 +159,13 @@ void TagWriter::str(int c, std::string_view s) {
     p += s.size();
     *p++ = '\n';
     buf_.append(b, size_t(p - b));
+    spillIfFull();
     return;
   }
   buf_.append(b, size_t(p - b));
   buf_.append(s);
   buf_ += '\n';
+  spillIfFull();
 }
 
 void TagWriter::real(int c, double v) {
@@ -164,6 +174,7 @@ void TagWriter::real(int c, double v) {
   p = putReal(p, b + sizeof b, v);
   *p++ = '\n';
   buf_.append(b, p - b);
+  spillIfFull();
 }
 
 void TagWriter::integer(int c, int64_t v) {
@@ -172,6 +183,7 @@ void TagWriter::integer(int c, int64_t v) {
   p = std::to_chars(p, b + sizeof b, v).ptr;
   *p++ = '\n';
   buf_.append(b, p - b);
+  spillIfFull();
 }
 
 void TagWriter::handle(int c, uint64_t h) {
@@ -183,6 +195,7 @@ void TagWriter::handle(int c, uint64_t h) {
     if (*q >= 'a') *q = char(*q - 'a' + 'A');
   *p++ = '\n';
   buf_.append(b, p - b);
+  spillIfFull();
 }
 
 void TagWriter::point(int c, double x, double y, double z) {
@@ -197,6 +210,7 @@ void TagWriter::point(int c, double x, double y, double z) {
   p = putReal(p, b + sizeof b, z);
   *p++ = '\n';
   buf_.append(b, p - b);
+  spillIfFull();
 }
 
 void TagWriter::point2(int c, double x, double y) {
@@ -208,6 +222,7 @@ void TagWriter::point2(int c, double x, double y) {
   p = putReal(p, b + sizeof b, y);
   *p++ = '\n';
   buf_.append(b, p - b);
+  spillIfFull();
 }
 
 void TagWriter::tag(const Tag& t) {
@@ -223,66 +238,168 @@ void TagWriter::tag(const Tag& t) {
   }
 }
 
-bool TagWriter::saveTo(const std::string& pathGiven, std::string& error) const {
-  auto fail = [&](const std::string& what, int err) {
-    error = what + " '" + pathGiven + "': " + std::strerror(err);
-    return false;
-  };
-  // Through a symbolic link the file it names is replaced, not the link.
-  namespace fs = std::filesystem;
-  fs::path target = pathGiven;
-  std::error_code ec;
-  for (int hops = 0; fs::is_symlink(fs::symlink_status(target, ec)); ++hops) {
-    if (hops == 40) return fail("cannot write", ELOOP);
-    fs::path next = fs::read_symlink(target, ec);
-    if (ec) return fail("cannot write", ec.value());
-    target = next.is_absolute() ? next : target.parent_path() / next;
-  }
-  const std::string path = target.string();
-  // The temporary sits beside the target so that the rename stays on one file system.
-  std::random_device rd;
+// The temporary file being written. Full chunks go out on a thread of their own, so
+// that the system's copy into the file cache overlaps the formatting of the next chunk.
+struct TagWriter::Output {
+  std::string given;  // the path as the caller named it, for messages
+  std::string path;   // where the file lands (a symbolic link followed)
   std::string tmp;
   int fd = -1;
-  for (int attempt = 0; attempt < 16 && fd < 0; ++attempt) {
-    char suffix[16];
-    unsigned r = rd() & 0xFFFFFF;
-    std::snprintf(suffix, sizeof suffix, ".tmp-%06X", r);
-    tmp = path + suffix;
-    fd = ::open(tmp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (fd < 0 && errno != EEXIST) return fail("cannot write", errno);
+  int err = 0;  // the first failed write's errno
+
+  std::thread worker;
+  std::mutex m;
+  std::condition_variable cv;
+  std::string pending;  // the chunk the worker is writing
+  bool busy = false, stop = false;
+
+  ~Output() { abandon(); }
+
+  bool fail(std::string& error, const char* doing, int e) {
+    abandon();
+    error = std::string(doing) + " '" + given + "': " + std::strerror(e);
+    return false;
   }
-  if (fd < 0) return fail("cannot write", EEXIST);
-  const char* p = buf_.data();
-  size_t left = buf_.size();
-  while (left > 0) {
-    ssize_t w = ::write(fd, p, left);
-    if (w < 0 && errno == EINTR) continue;
-    if (w < 0) {
-      int err = errno;
+  void abandon() {
+    drain();
+    if (fd >= 0) {
       ::close(fd);
       ::unlink(tmp.c_str());
-      return fail("cannot write", err);
+      fd = -1;
     }
-    p += w;
-    left -= static_cast<size_t>(w);
   }
-  if (syncOnSave_ && ::fsync(fd) != 0) {
-    int err = errno;
-    ::close(fd);
-    ::unlink(tmp.c_str());
-    return fail("cannot write", err);
+  void write(const char* p, size_t left) {
+    while (left > 0 && err == 0) {
+      ssize_t w = ::write(fd, p, left);
+      if (w < 0 && errno == EINTR) continue;
+      if (w < 0) {
+        err = errno;
+        return;
+      }
+      p += w;
+      left -= static_cast<size_t>(w);
+    }
   }
-  if (::close(fd) != 0) {
-    int err = errno;
-    ::unlink(tmp.c_str());
-    return fail("cannot write", err);
+  // Hands the chunk to the worker and gives back an empty buffer of the same capacity.
+  void hand(std::string& chunk) {
+    if (!worker.joinable()) {
+      pending.reserve(chunk.capacity());
+      worker = std::thread([this] { work(); });
+    }
+    std::unique_lock lock(m);
+    cv.wait(lock, [this] { return !busy; });
+    pending.swap(chunk);
+    chunk.clear();
+    busy = true;
+    cv.notify_all();
   }
-  if (::rename(tmp.c_str(), path.c_str()) != 0) {
-    int err = errno;
-    ::unlink(tmp.c_str());
-    return fail("cannot replace", err);
+  void work() {
+    std::unique_lock lock(m);
+    for (;;) {
+      cv.wait(lock, [this] { return busy || stop; });
+      if (!busy) return;
+      lock.unlock();
+      write(pending.data(), pending.size());  // err is read only after the join
+      lock.lock();
+      busy = false;
+      cv.notify_all();
+    }
   }
+  // Waits for the chunk in flight and ends the worker.
+  void drain() {
+    if (!worker.joinable()) return;
+    {
+      std::lock_guard lock(m);
+      stop = true;
+    }
+    cv.notify_all();
+    worker.join();
+  }
+
+  // Creates the temporary beside the target, so that the rename stays on one file system.
+  bool create(const std::string& pathGiven, std::string& error) {
+    given = pathGiven;
+    namespace fs = std::filesystem;
+    fs::path target = pathGiven;
+    std::error_code ec;
+    for (int hops = 0; fs::is_symlink(fs::symlink_status(target, ec)); ++hops) {
+      if (hops == 40) return fail(error, "cannot write", ELOOP);
+      fs::path next = fs::read_symlink(target, ec);
+      if (ec) return fail(error, "cannot write", ec.value());
+      target = next.is_absolute() ? next : target.parent_path() / next;
+    }
+    path = target.string();
+    std::random_device rd;
+    for (int attempt = 0; attempt < 16 && fd < 0; ++attempt) {
+      char suffix[16];
+      unsigned r = rd() & 0xFFFFFF;
+      std::snprintf(suffix, sizeof suffix, ".tmp-%06X", r);
+      tmp = path + suffix;
+      fd = ::open(tmp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+      if (fd < 0 && errno != EEXIST) return fail(error, "cannot write", errno);
+    }
+    if (fd < 0) return fail(error, "cannot write", EEXIST);
+    return true;
+  }
+
+  bool finish(bool sync, std::string& error) {
+    drain();
+    if (err != 0) return fail(error, "cannot write", err);
+    if (sync && ::fsync(fd) != 0) return fail(error, "cannot write", errno);
+    int closed = ::close(fd);
+    fd = -1;
+    if (closed != 0) {
+      int e = errno;
+      ::unlink(tmp.c_str());
+      return fail(error, "cannot write", e);
+    }
+    if (::rename(tmp.c_str(), path.c_str()) != 0) {
+      int e = errno;
+      ::unlink(tmp.c_str());
+      return fail(error, "cannot replace", e);
+    }
+    return true;
+  }
+};
+
+TagWriter::~TagWriter() {
+  if (out_) out_->abandon();
+}
+
+bool TagWriter::saveTo(const std::string& path, std::string& error) const {
+  Output out;
+  if (!out.create(path, error)) return false;
+  out.write(buf_.data(), buf_.size());
+  return out.finish(syncOnSave_, error);
+}
+
+bool TagWriter::open(const std::string& path, std::string& error) {
+  if (out_) out_->abandon();
+  out_ = std::make_unique<Output>();
+  if (!out_->create(path, error)) {
+    out_.reset();
+    return false;
+  }
+  spillAt_ = kChunk;
   return true;
+}
+
+void TagWriter::spill() {
+  if (out_) out_->hand(buf_);
+}
+
+bool TagWriter::commit(std::string& error) {
+  if (!out_) {
+    error = "cannot write: no file was opened";
+    return false;
+  }
+  out_->drain();
+  out_->write(buf_.data(), buf_.size());
+  buf_.clear();
+  bool ok = out_->finish(syncOnSave_, error);
+  out_.reset();
+  spillAt_ = SIZE_MAX;
+  return ok;
 }
 
 }  // namespace dx::dxf

@@ -1,14 +1,17 @@
 // The drawing database: open/close discipline, entity lists, undo journal, purge,
 // reading and writing through our own reader.
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <set>
 #include <sstream>
+#include <unistd.h>
 
 #include "host/db/database_impl.h"
 #include "host/dxf/tags.h"
@@ -891,4 +894,33 @@ TEST(DxfFiles, SampleDrawingsWriteTheSameTwice) {
     dx::db::writeDxf(*b.impl(), dx::db::Ver::R2018, w2);
     EXPECT_TRUE(w1.buffer() == w2.buffer()) << name << ": the second write differs from the first";
   }
+}
+
+// A big file is mapped while it loads; another program truncating it meanwhile makes the
+// lost pages fault. The load fails with a message and the process lives on.
+TEST(DxfFiles, AFileTruncatedWhileItLoadsFailsTheLoadNotTheProcess) {
+  Drawing d;
+  for (int i = 0; i < 12000; ++i) d.add(new DxDbLine({double(i), 0, 0}, {double(i), 1.5, 0}));
+  std::string text = d.dxf();
+  if (text.size() % 4096 == 0) text += "\n";  // pages past the end give the closing NUL
+  ASSERT_GT(text.size(), size_t(1) << 20);
+  std::string path = (fs::temp_directory_path() / ("dx_cut_" + std::to_string(::getpid()) + ".dxf")).string();
+  {
+    std::ofstream(path, std::ios::binary) << text;
+  }
+  int fd = ::open(path.c_str(), O_RDWR);
+  ASSERT_GE(fd, 0);
+  dx::dxf::Bytes bytes;
+  std::string err;
+  ASSERT_TRUE(dx::dxf::Bytes::fromFd(fd, text.size(), bytes, err)) << err;
+  ASSERT_EQ(::ftruncate(fd, off_t(text.size() / 3)), 0);
+  ::close(fd);
+  DatabaseImpl* impl = d.db->impl();
+  EXPECT_FALSE(dx::db::readDxf(*impl, std::move(bytes), err));
+  EXPECT_NE(err.find("cut short"), std::string::npos) << err;
+  // The same file, now short for good, is an ordinary damaged file.
+  DxDbDatabase again(false);
+  EXPECT_NE(again.readDwgFile(path.c_str()), Dxad::eOk);
+  EXPECT_EQ(again.lastError().find("cut short"), std::string::npos);
+  fs::remove(path);
 }

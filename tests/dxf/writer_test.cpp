@@ -206,5 +206,39 @@ TEST_F(SaveTo, FailsWithOneLineAndCleansUp) {
   EXPECT_EQ(files(), std::vector<std::string>{"sub"}) << "no temporary left behind";
 }
 
+// A streamed save goes out in chunks while it is written: the file holds the same bytes
+// as a save of the whole buffer, and an abandoned or failed one leaves nothing behind.
+TEST_F(SaveTo, StreamedInChunksLikeTheWholeBufferAndCleansUp) {
+  auto fill = [](TagWriter& w) {
+    for (int i = 0; i < 60000; ++i) {
+      w.str(0, "LINE");
+      w.handle(5, uint64_t(i) + 0x10);
+      w.point(10, i * 0.25, -i / 3.0, 0);
+      w.integer(62, i % 256);
+    }
+    w.str(0, "EOF");
+  };
+  TagWriter whole, streamed;
+  fill(whole);
+  ASSERT_GT(whole.buffer().size(), size_t(3) << 20);
+  std::string err;
+  ASSERT_TRUE(streamed.open(dir_ + "/plan.dxf", err)) << err;
+  fill(streamed);
+  EXPECT_LT(streamed.buffer().size(), size_t(2) << 20) << "the chunks went out as they filled";
+  ASSERT_TRUE(streamed.commit(err)) << err;
+  EXPECT_TRUE(slurp(dir_ + "/plan.dxf") == whole.buffer());
+  EXPECT_EQ(files(), std::vector<std::string>{"plan.dxf"});
+  {
+    TagWriter abandoned;
+    ASSERT_TRUE(abandoned.open(dir_ + "/plan.dxf", err)) << err;
+    fill(abandoned);
+  }
+  EXPECT_EQ(files(), std::vector<std::string>{"plan.dxf"});
+  EXPECT_TRUE(slurp(dir_ + "/plan.dxf") == whole.buffer()) << "the old file stays";
+  TagWriter nowhere;
+  EXPECT_FALSE(nowhere.open(dir_ + "/missing/plan.dxf", err));
+  EXPECT_THAT(err, HasSubstr("/missing/plan.dxf"));
+}
+
 }  // namespace
 }  // namespace dx::dxf::testing
