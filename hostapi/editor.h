@@ -365,8 +365,11 @@ int dxedGetVar(const char* name, resbuf* result);
 int dxedSetVar(const char* name, const resbuf* value);
 // Runs host commands synchronously: tagged values (RTSTR, RTPOINT, RT3DPOINT, RTREAL,
 // RTSHORT, RTLONG, RTANG, RTENAME, RTPICKS) ending in 0. A command left waiting for more
-// answers stays active; the next call goes on feeding it. RTNORM or RTERROR.
+// answers stays active; the next call goes on feeding it. The string PAUSE leaves the
+// prompt the command is at to the user (or the script) for one answer, then the values
+// after it go on. RTNORM, RTERROR, or RTCAN when the answer at a pause was a cancel.
 int dxedCommandS(int rtype, ...);
+#define PAUSE "\\"
 // The same with the arguments as a chain.
 int dxedCmdS(const resbuf* args);
 // Menus: the host keeps the names of loaded menu groups.

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 
@@ -51,11 +52,18 @@ void DxUiProgressEnd();
 // radio buttons, the text of an edit field, the number of an "int" field in decimal.
 using DxUiDialogValues = std::map<uint32_t, std::string>;
 
+// The dialog's own check of a value typed into one of its fields, before the field takes
+// it: "" when the value will do, else the message the user is shown (in a message box)
+// before the field is asked again.
+using DxUiFieldCheck = std::function<std::string(uint32_t controlId, const std::string& value)>;
+
 // Presents a dialog declared in a resource library (null: the current one, see
 // dxrxSetCurrentResourceLibrary) as a form on the command line: its fields are listed
 // with their values, a field is changed by answering its number, and OK (or an empty
 // answer) or Cancel close it, so a script answers it line by line. Returns IDOK, IDCANCEL
 // (also for a cancelled prompt), or the id of a "button" control that closed it; -1 when
 // the library declares no such dialog. values is changed only when the answer is IDOK or
-// a button.
-int DxUiDoModal(uint32_t dialogId, DxUiDialogValues& values, void* resourceLibrary = nullptr);
+// a button. Without a check, an "int" field keeps to its declared range with the host's
+// own message; with one, the check decides.
+int DxUiDoModal(uint32_t dialogId, DxUiDialogValues& values, void* resourceLibrary = nullptr,
+                const DxUiFieldCheck& check = nullptr);

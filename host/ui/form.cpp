@@ -68,7 +68,8 @@ void show(const std::string& caption, const std::vector<Field>& fields, const Dx
 
 // Asks for a new value of one field. RTCAN ends the dialog; anything else goes back to
 // the form.
-int editField(const Field& f, const std::vector<Field>& all, DxUiDialogValues& v) {
+int editField(const Field& f, const std::vector<Field>& all, DxUiDialogValues& v, const std::string& caption,
+              const DxUiFieldCheck& check) {
   const DxResControl& c = *f.control;
   if (is(c, "check")) {
     std::string prompt = "\n" + f.text + " [On/Off] <" + (isOn(v, c.id) ? "On" : "Off") + ">: ";
@@ -92,24 +93,31 @@ int editField(const Field& f, const std::vector<Field>& all, DxUiDialogValues& v
       int value = 0;
       int rc = dxedGetInt(prompt.c_str(), &value);
       if (rc != RTNORM) return rc;
-      if (value >= c.low && value <= c.high) {
-        v[c.id] = std::to_string(value);
+      std::string text = std::to_string(value);
+      std::string refusal = check ? check(c.id, text) : std::string();
+      if (!check && (value < c.low || value > c.high))
+        refusal = "The value must lie between " + std::to_string(c.low) + " and " + std::to_string(c.high) + ".";
+      if (refusal.empty()) {
+        v[c.id] = text;
         return RTNORM;
       }
-      dxutPrintf("\nThe value must lie between %d and %d.", c.low, c.high);
+      DxUiMessageBox(refusal.c_str(), caption.c_str(), MB_OK | MB_ICONWARNING);
     }
   }
   // Edit fields, lists and combo boxes take their text.
   std::string prompt = "\n" + f.text + " <" + valueOf(v, c.id) + ">: ";
   char buf[2049];
   int rc = dxedGetString(1, prompt.c_str(), buf, sizeof buf);
-  if (rc == RTNORM && buf[0]) v[c.id] = buf;
+  if (rc != RTNORM || !buf[0]) return rc;
+  std::string refusal = check ? check(c.id, buf) : std::string();
+  if (refusal.empty()) v[c.id] = buf;
+  else DxUiMessageBox(refusal.c_str(), caption.c_str(), MB_OK | MB_ICONWARNING);
   return rc;
 }
 
 }  // namespace
 
-int DxUiDoModal(uint32_t dialogId, DxUiDialogValues& values, void* resourceLibrary) {
+int DxUiDoModal(uint32_t dialogId, DxUiDialogValues& values, void* resourceLibrary, const DxUiFieldCheck& check) {
   void* library = resourceLibrary ? resourceLibrary : dxrxCurrentResourceLibrary();
   const DxResDialog* dlg = dxrxFindDialog(library, dialogId);
   if (!dlg) return -1;
@@ -166,7 +174,7 @@ int DxUiDoModal(uint32_t dialogId, DxUiDialogValues& values, void* resourceLibra
       values = work;
       return int(f.control->id);
     }
-    if (editField(f, fields, work) == RTCAN) return IDCANCEL;
+    if (editField(f, fields, work, caption, check) == RTCAN) return IDCANCEL;
     show(caption, fields, work);
   }
 }

@@ -130,19 +130,35 @@ class Superhatch(unittest.TestCase):
         self.assert_covers_area_once(parts)
         self.assert_no_leftovers(doc)
 
-    def test_block_tiles_are_clipped_to_pieces_that_make_up_the_area(self):
-        # The block comes in at 0,0, inside the area: it must not cut its own footprint out.
-        doc = self.run_script('-SUPERHATCH B TILE 0,0 50,50 ""\n')
+    def assert_clips_make_up_the_area(self, refs):
+        """The distinct clip polygons of the references are pieces whose areas add up to the area."""
         pieces = set()
-        for ref in self.group_members(doc):
+        for ref in refs:
             tags = ref.get_extension_dict()["ACAD_FILTER"]["SPATIAL"].xtags.get_subclass("AcDbSpatialFilter")
             pieces.add(tuple((round(t.value[0], 9), round(t.value[1], 9)) for t in tags if t.code == 10))
         self.assertAlmostEqual(sum(shoelace([Vec2(p) for p in piece]) for piece in pieces), flattened_area(),
                                delta=1e-6)
+
+    def test_block_tiles_are_clipped_to_pieces_that_make_up_the_area(self):
+        # The block comes in at 0,0, inside the area: it must not cut its own footprint out.
+        doc = self.run_script('-SUPERHATCH B TILE 0,0 50,50 ""\n')
+        self.assert_clips_make_up_the_area(self.group_members(doc))
+        self.assert_no_leftovers(doc)
+
+    def test_xref_tiles_are_clipped_like_block_tiles(self):
+        tile = ezdxf.new("R2018")
+        tile.modelspace().add_lwpolyline([(0, 0), (7, 0), (7, 5), (0, 5)], close=True)
+        tile.saveas(self.path("xtile.dxf"))
+        doc = self.run_script('-SUPERHATCH X xtile.dxf 0,0 50,50 ""\n')
+        members = self.group_members(doc)
+        self.assertEqual({m.dxf.name for m in members}, {"xtile"})
+        self.assertTrue(doc.blocks.get("xtile").block.is_xref)
+        self.assert_clips_make_up_the_area(members)
         self.assert_no_leftovers(doc)
 
     def test_rotated_image_tiles_cover_the_area_too(self):
-        doc = self.run_script('-SUPERHATCH I brick.png 3,4 7 30 50,50 ""\n')
+        doc = self.run_script('-SUPERHATCH I brick.png 3,4 0 7 30 50,50 ""\n')
+        self.assertIn("The value should be positive and nonzero.", self.stdout)  # and the scale asked again
         images = list(doc.modelspace().query("IMAGE"))
         self.assertTrue(all(abs(Vec2(i.dxf.u_pixel).angle_deg - 30) < 1e-9 for i in images))
         self.assert_covers_area_once(self.image_parts(images))
@@ -170,8 +186,11 @@ class Superhatch(unittest.TestCase):
         self.assert_covers_area_once(parts, accuracy=32)
 
     def test_dialog_sets_accuracy_and_comes_back_after_a_failed_pattern(self):
-        doc = self.run_script('superhatch\n1\n""\n6\n32\n4\n0,0 10,0 10,10 ""\n50,50 ""\n')
+        doc = self.run_script('superhatch\n1\n""\n6\n300\n32\n4\n0,0 10,0 10,10 ""\n50,50 ""\n')
         self.assertIn("File name cannot be empty!", self.stdout)
+        # The dialog's own word on its accuracy field, not the form's.
+        self.assertEqual(self.stdout.count("Please enter integer between 16 and 256."), 1)
+        self.assertNotIn("The value must lie between", self.stdout)
         self.assertEqual(self.stdout.count("Circle accuracy: 32"), 1)  # the dialog shown again
         parts = [[Vec2(p) for p in w.boundary_path_wcs()][:-1] for w in doc.modelspace().query("WIPEOUT")]
         self.assert_covers_area_once(parts, accuracy=32)

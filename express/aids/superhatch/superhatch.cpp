@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "express/aids/superhatch/shatch_algo.h"
+#include "express/aids/superhatch/shatch_jigs.h"
 #include "express/env/holders.h"
 #include "express/frame/command_body.h"
 #include "express/frame/module_state.h"
@@ -112,39 +113,51 @@ struct CPattern {
 };
 
 // ---------------------------------------------------------------------------------------
-// Placement prompts. Plain prompts for now; the interactive jigs go behind the same calls.
+// Placement
 
-int askInsertionPoint(DxGePoint3d& at) {
-  dx_point p;
-  int rc = dxedGetPoint(nullptr, CResString(res::ShInsertPoint), p);
-  if (rc == RTNONE) at = DxGePoint3d::kOrigin;
-  else if (rc == RTNORM) at = {p[0], p[1], p[2]};
-  return rc == RTNONE ? RTNORM : rc;
-}
-
-int askScale(double& scale) {
+// Drags until the jig takes a value or Enter keeps what it has; a refused value says why
+// and asks again.
+int dragValue(DxEdJig& jig, const StringDef* refused = nullptr) {
   for (;;) {
-    char prompt[256];
-    std::snprintf(prompt, sizeof prompt, CResString(res::ShScale).c_str(), scale);
-    double v = scale;
-    int rc = dxedGetReal(prompt, &v);
-    if (rc == RTNONE) return RTNORM;
-    if (rc != RTNORM) return rc;
-    if (v > 0) {
-      scale = v;
-      return RTNORM;
+    switch (jig.drag()) {
+      case DxEdJig::kNormal:
+      case DxEdJig::kNull: return RTNORM;
+      case DxEdJig::kCancel: return RTCAN;
+      default:
+        if (refused) say(*refused);
     }
-    say(res::ShScalePositive);
   }
 }
 
-int askRotation(const DxGePoint3d& base, double& angle) {
-  dx_point b = {base.x, base.y, base.z};
-  double v = 0;
-  int rc = dxedGetAngle(b, CResString(res::ShRotation), &v);
-  if (rc == RTNONE) return RTNORM;
-  if (rc == RTNORM) angle = v;
-  return rc;
+// Insertion point, scale and rotation of an attached image, dragged on a copy of it and
+// then given to the image.
+int placeImage(DxDbObjectId id) {
+  std::unique_ptr<DxDbRasterImage> preview;
+  {
+    CDbObjectPtr<DxDbRasterImage> img(id, DxDb::kForRead);
+    if (!img) return RTERROR;
+    preview.reset(static_cast<DxDbRasterImage*>(img->clone()));
+  }
+  CImagePlacement place;
+  KvEdImageInsertJig insert(*preview, place);
+  insert.setDispPrompt(CResString(res::ShInsertPoint));
+  insert.setUserInputControls(DxEdJig::kNullResponseAccepted);
+  int rc = dragValue(insert);
+  if (rc != RTNORM) return rc;
+  KvEdImageScaleJig scale(*preview, place);
+  char prompt[256];
+  std::snprintf(prompt, sizeof prompt, CResString(res::ShScale).c_str(), place.scale);
+  scale.setDispPrompt(prompt);
+  scale.setUserInputControls(DxEdJig::kNullResponseAccepted);
+  if ((rc = dragValue(scale, &res::ShScalePositive)) != RTNORM) return rc;
+  KvEdImageRotationJig rotation(*preview, place);
+  rotation.setDispPrompt(CResString(res::ShRotation));
+  rotation.setUserInputControls(DxEdJig::kNullResponseAccepted);
+  if ((rc = dragValue(rotation)) != RTNORM) return rc;
+  CDbObjectPtr<DxDbRasterImage> img(id, DxDb::kForWrite);
+  if (!img) return RTERROR;
+  place.applyTo(*img.get());
+  return RTNORM;
 }
 
 // ---------------------------------------------------------------------------------------
@@ -187,44 +200,46 @@ int imagePattern(bool dialog, CPattern& pat) {
     say(res::ShInputError);
     return RTREJ;
   }
-  DxGePoint3d at;
-  double scale = 1, angle = 0;
-  if ((rc = askInsertionPoint(at)) != RTNORM || (rc = askScale(scale)) != RTNORM ||
-      (rc = askRotation(at, angle)) != RTNORM)
-    return rc;
+  // Attached where the placement starts from (0,0, one unit wide, unturned), then dragged.
   dx_name before;
   lastEntity(before);
-  dx_point p = {at.x, at.y, at.z};
+  dx_point origin = {0, 0, 0};
   {
     CFileDiaOff fileDia;
-    rc = dxedCommandS(RTSTR, "._-image", RTSTR, "_A", RTSTR, path.c_str(), RT3DPOINT, p, RTREAL, scale,
-                      RTANG, angle, 0);
+    rc = dxedCommandS(RTSTR, "._-image", RTSTR, "_A", RTSTR, path.c_str(), RT3DPOINT, origin, RTREAL, 1.0,
+                      RTANG, 0.0, 0);
   }
+  DxDbObjectId image;
   for (DxDbObjectId id : appendedAfter(before))
-    if (id.objectClass() == DxDbRasterImage::desc()) pat = {id, true, kImage};
-  return pat.id.isNull() ? RTERROR : RTNORM;
+    if (id.objectClass() == DxDbRasterImage::desc()) image = id;
+  if (image.isNull()) return RTERROR;
+  if ((rc = placeImage(image)) != RTNORM) {
+    erasePattern(image);
+    return rc;
+  }
+  pat = {image, true, kImage};
+  return RTNORM;
 }
 
-// A block reference made by a host command (insert, or xref with its attach option), unscaled
-// and unrotated, at a point asked as the host's command asks it.
+// A block reference made by a host command (insert, or xref with its attach option),
+// unscaled and unrotated, at the point the user gives at the command's own prompt.
 int referenceByCommand(const char* command, const char* option, const std::string& name, const char* active,
                        CPattern& pat) {
-  dx_point at;
-  int rc = dxedGetPoint(nullptr, "\nSpecify insertion point: ", at);
-  if (rc != RTNORM) return rc == RTNONE ? RTCAN : rc;
   dx_name before;
   lastEntity(before);
   CResbufPtr args(dxutBuildList(RTSTR, command, 0));
   resbuf* tail = args.get();
   auto add = [&](resbuf* rb) { tail = tail->rbnext = rb; };
   if (option) add(dxutBuildList(RTSTR, option, 0));
-  add(dxutBuildList(RTSTR, name.c_str(), RTSTR, "_S", RTREAL, 1.0, RTSTR, "_R", RTREAL, 0.0, RT3DPOINT, at, 0));
-  while (tail->rbnext) tail = tail->rbnext;
-  rc = dxedCmdS(args.get());
-  if (rc != RTNORM || commandActive(active)) return RTERROR;
+  add(dxutBuildList(RTSTR, name.c_str(), RTSTR, "_S", RTREAL, 1.0, RTSTR, "_R", RTREAL, 0.0, RTSTR, PAUSE, 0));
+  int rc = dxedCmdS(args.get());
+  // A keyword at the point prompt (Scale, Rotate ...) leaves the command asking on.
+  while (rc == RTNORM && commandActive(active)) rc = dxedCommandS(RTSTR, PAUSE, 0);
+  if (rc != RTNORM) return rc == RTCAN ? RTCAN : RTERROR;
   for (DxDbObjectId id : appendedAfter(before))
     if (id.objectClass() == DxDbBlockReference::desc()) pat = {id, true, kBlock};
-  return pat.id.isNull() ? RTERROR : RTNORM;
+  // Nothing made: the prompt was left with Enter.
+  return pat.id.isNull() ? RTCAN : RTNORM;
 }
 
 int blockPattern(std::string& lastName, CPattern& pat) {
@@ -261,21 +276,13 @@ int xrefPattern(bool dialog, CPattern& pat) {
 }
 
 int wipeoutPattern(CPattern& pat) {
-  std::vector<DxGePoint3d> pts;
+  KvSuperhatchRectJig corners;
   for (;;) {
-    dx_point p, last;
-    int rc;
-    if (pts.empty()) {
-      rc = dxedGetPoint(nullptr, CResString(res::ShFirstPoint), p);
-    } else {
-      last[0] = pts.back().x, last[1] = pts.back().y, last[2] = pts.back().z;
-      rc = dxedGetPoint(last, CResString(res::ShNextPoint), p);
-    }
-    if (rc == RTNONE && pts.size() >= 3) break;  // Enter closes the frame
-    if (rc == RTNONE) continue;
-    if (rc != RTNORM) return rc;
-    pts.emplace_back(p[0], p[1], p[2]);
+    DxEdJig::DragStatus s = corners.drag();
+    if (s == DxEdJig::kCancel) return RTCAN;
+    if (s == DxEdJig::kNull && corners.points().size() >= 3) break;  // Enter closes the frame
   }
+  const std::vector<DxGePoint3d>& pts = corners.points();
   dx_name before;
   lastEntity(before);
   auto* frame = new DxDbWipeout();
@@ -483,21 +490,25 @@ int askPatternType() {
   }
 }
 
+// The dialog's check of its accuracy field: "" when the value will do.
+std::string accuracyFieldCheck(uint32_t control, const std::string& value) {
+  if (control != dlg::kShAccuracy) return {};
+  int v = std::atoi(value.c_str());
+  if (v >= kMinAccuracy && v <= kMaxAccuracy) return {};
+  char text[256];
+  std::snprintf(text, sizeof text, CResString(res::ShIntegerRange).c_str(), kMinAccuracy, kMaxAccuracy);
+  return text;
+}
+
 // The pattern type from CSuperhatchDlg; 0 on Cancel.
 int askPatternTypeDialog(int& lastType) {
-  for (;;) {
-    DxUiDialogValues values;
-    values[dlg::kShAccuracy] = std::to_string(circleAccuracy().accuracy);
-    int rc = DxUiDoModal(dlg::kSuperhatch, values, resourceLibrary());
-    if (rc < kImage || rc > kSelect) return 0;
-    int v = std::atoi(values[dlg::kShAccuracy].c_str());
-    if (v < kMinAccuracy || v > kMaxAccuracy) {
-      dxutPrintf(CResString(res::ShIntegerRange).c_str(), kMinAccuracy, kMaxAccuracy);
-      continue;
-    }
-    circleAccuracy().accuracy = v;
-    return lastType = rc;
-  }
+  DxUiDialogValues values;
+  values[dlg::kShAccuracy] = std::to_string(circleAccuracy().accuracy);
+  int rc = DxUiDoModal(dlg::kSuperhatch, values, resourceLibrary(), accuracyFieldCheck);
+  if (rc < kImage || rc > kSelect) return 0;
+  if (accuracyFieldCheck(dlg::kShAccuracy, values[dlg::kShAccuracy]).empty())
+    circleAccuracy().accuracy = std::atoi(values[dlg::kShAccuracy].c_str());
+  return lastType = rc;
 }
 
 bool inReferenceEdit() {

@@ -3,6 +3,7 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "host/editor/core/session.h"
 
@@ -78,6 +79,24 @@ int commandCall(const resbuf* args) {
         return RTERROR;
       }
       if (!pending->waiting) return RTERROR;
+      if (a.kind == Answer::Text && a.text == PAUSE) {
+        if (!caller) {
+          // Outside a command the answers prepared for prompts stand in for the user.
+          Answer given = s.ask(pending->prompt);
+          bool cancel = given.kind == Answer::Cancel;
+          s.feed(pending, std::move(given));
+          if (cancel) return RTCAN;
+          continue;
+        }
+        // The caller steps aside until the command has its answer from the command line;
+        // the prompt shows as the command's own, whatever CMDECHO says.
+        caller->pausedOn = pending;
+        bool echo = std::exchange(pending->echo, true);
+        CommandFiber::suspend();
+        if (s.isRunning(pending)) pending->echo = echo;
+        if (std::exchange(caller->pauseCancelled, false)) return RTCAN;
+        continue;
+      }
       s.feed(pending, std::move(a));
       continue;
     }

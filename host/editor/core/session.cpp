@@ -233,8 +233,20 @@ void Session::runFrame(Frame* f) {
 }
 
 void Session::feed(Frame* f, Answer a) {
+  Frame* paused = nullptr;
+  for (auto& g : m_frames)
+    if (g->pausedOn == f) paused = g.get();
+  bool cancel = a.kind == Answer::Cancel;
   f->queue.push_back(std::move(a));
   runFrame(f);
+  if (!paused) return;
+  paused->pausedOn = nullptr;
+  paused->pauseCancelled = cancel;
+  runFrame(paused);
+}
+
+bool Session::isRunning(const Frame* f) const {
+  return std::any_of(m_frames.begin(), m_frames.end(), [&](auto& p) { return p.get() == f; });
 }
 
 void Session::finish(Frame* f) {
@@ -285,9 +297,7 @@ void Session::finish(Frame* f) {
 }
 
 void Session::cancelDownTo(Frame* target) {
-  auto alive = [&](Frame* f) {
-    return std::any_of(m_frames.begin(), m_frames.end(), [&](auto& p) { return p.get() == f; });
-  };
+  auto alive = [&](Frame* f) { return isRunning(f); };
   while (Frame* t = top()) {
     bool last = t == target;
     for (int i = 0; i < 64 && alive(t) && t->waiting; ++i) {

@@ -103,6 +103,8 @@ struct Frame {
   bool failed = false;             // ended by an error
   bool errorStatus = false;        // ended with an error status it chose (failCommand)
   Frame* parent = nullptr;         // the command whose command call started it
+  Frame* pausedOn = nullptr;       // a command it called, whose prompt the user answers now
+  bool pauseCancelled = false;     // that answer was a cancel
   Document* doc = nullptr;
   uint64_t undoStart = 0;
   size_t undoStepsBefore = 0;
@@ -144,8 +146,10 @@ class Session {
                std::vector<Answer> given = {});
   // Runs a command-line word: a command or a system variable name. False: unknown.
   bool startWord(const std::string& word, Frame* parent, bool fromCall, bool echo);
-  // Gives a waiting command one answer and runs it until it waits or ends.
+  // Gives a waiting command one answer and runs it until it waits or ends; a caller
+  // paused on it goes on then.
   void feed(Frame* f, Answer a);
+  bool isRunning(const Frame* f) const;
   // Cancels commands from the top down to (and including) f.
   void cancelDownTo(Frame* f);
   void cancelAll() { if (!m_frames.empty()) cancelDownTo(m_frames.front().get()); }

@@ -189,3 +189,27 @@ TEST_F(EditorTest, DocumentDataPerDocument) {
   session().closeDocument(static_cast<Document*>(first));
   EXPECT_FALSE(data.hasData(first));
 }
+
+namespace {
+// Starts TWOPTS with its first point and leaves its second to the user.
+void pausingCaller() {
+  dx_point p1 = {1, 2, 0};
+  int rc = dxedCommandS(RTSTR, "TWOPTS", RTPOINT, p1, RTSTR, PAUSE, 0);
+  g_log += " rc " + std::to_string(rc);
+}
+}  // namespace
+
+TEST_F(EditorTest, PauseInACommandCallLeavesOnePromptToTheUser) {
+  auto* stack = dxedRegCmds();
+  ASSERT_EQ(stack->addCommand("TESTGRP", "TWOPTS", "TWOPTS", 0, askTwoPoints), Dxad::eOk);
+  ASSERT_EQ(stack->addCommand("TESTGRP", "PAUSER", "PAUSER", 0, pausingCaller), Dxad::eOk);
+  g_log.clear();
+  EXPECT_EQ(script("CMDECHO 0\nPAUSER\n5,6\n"), 0) << failure;
+  EXPECT_EQ(g_log, "got 1,2,0 5,6,0 rc 5100");
+  EXPECT_NE(out().find("Second: 5,6"), std::string::npos);  // shown although CMDECHO is 0
+  g_log.clear();
+  EXPECT_EQ(script("PAUSER\n^C\n"), 0) << failure;
+  EXPECT_EQ(g_log, " rc " + std::to_string(RTCAN));
+  EXPECT_EQ(session().cmdNames(), "");
+  stack->removeGroup("TESTGRP");
+}
