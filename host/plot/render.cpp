@@ -3,6 +3,8 @@
 // coordinates. Curves are flattened here, so that any block transform (non-uniform
 // scales, mirrors) draws them right.
 #include "host/plot/render.h"
+#include "host/plot/shapes.h"
+#include "hostapi/editor.h"
 
 #include <algorithm>
 #include <array>
@@ -168,11 +170,34 @@ const Linetype& Renderer::linetype(DxDbObjectId lt) {
         // A text stands at the end of its element, moved by the element's offsets.
         if ((d.shapeFlags & 2) && !d.text.empty())
           it->second.texts.push_back({at, d.text, d.style, d.scale, d.rotationRad, d.xOffset, d.yOffset,
-                                      (d.shapeFlags & 1) != 0});
+                                      (d.shapeFlags & 1) != 0, {}});
+        else if (d.shapeFlags & 4)
+          if (auto strokes = shapeStrokes(d.style, d.shapeNumber); !strokes.empty())
+            it->second.texts.push_back({at, {}, d.style, d.scale, d.rotationRad, d.xOffset, d.yOffset,
+                                        (d.shapeFlags & 1) != 0, std::move(strokes)});
       }
     }
   }
   return it->second;
+}
+
+std::vector<std::vector<DxGePoint2d>> Renderer::shapeStrokes(DxDbObjectId style, int number) {
+  ReadOpen<DxDbTextStyleTableRecord> st(style);
+  if (!st || !st->fileName()[0]) return {};
+  std::string name = st->fileName();
+  auto [it, fresh] = m_shapeFiles.try_emplace(name);
+  if (fresh) {
+    // Found the way the host finds support files: beside the drawing, in the current
+    // folder, on the support path.
+    char found[4096];
+    for (std::string tryName : {name, name + ".shx"})
+      if (dxedFindFile(tryName.c_str(), found, sizeof found) == RTNORM) {
+        auto file = std::make_unique<ShapeFile>();
+        if (file->load(found)) it->second = std::move(file);
+        break;
+      }
+  }
+  return it->second ? it->second->strokes(number) : std::vector<std::vector<DxGePoint2d>>{};
 }
 
 Pen Renderer::penFor(const DxDbEntity* e, const Context& ctx) {
@@ -278,6 +303,20 @@ void Renderer::stroke(const Pen& pen) {
   }
 }
 
+void Renderer::drawLineShape(const std::vector<std::vector<DxGePoint2d>>& strokes, double x, double y, double a,
+                             double size, const Pen& pen) {
+  // Shape units y up, turned by a, to device units y down.
+  const double c = std::cos(a) * size, s = std::sin(a) * size;
+  for (const auto& line : strokes)
+    for (size_t i = 0; i < line.size(); ++i) {
+      double px = x + c * line[i].x - s * line[i].y, py = y - (s * line[i].x + c * line[i].y);
+      if (i == 0) cairo_move_to(m_cr, px, py);
+      else cairo_line_to(m_cr, px, py);
+    }
+  cairo_set_dash(m_cr, nullptr, 0, 0);
+  cairo_stroke(m_cr);
+}
+
 void Renderer::writeLineTexts(cairo_path_t* path, const Pen& pen, double patternLength) {
   // Walks each piece of the path, counting the distance from the piece's start.
   double px = 0, py = 0, along = 0;
@@ -302,8 +341,11 @@ void Renderer::writeLineTexts(cairo_path_t* path, const Pen& pen, double pattern
           // Device y runs down: the line's left side is (uy, -ux).
           double x = px + ux * s + ux * dx + uy * dy, y = py + uy * s + uy * dx - ux * dy;
           double a = t.absolute ? t.rotation : std::atan2(-uy, ux) + t.rotation;
-          m_text->drawLabel(t.text, t.style, x, y, std::cos(a), -std::sin(a), t.height * pen.patternScale,
-                            pen.color);
+          if (t.shape.empty())
+            m_text->drawLabel(t.text, t.style, x, y, std::cos(a), -std::sin(a), t.height * pen.patternScale,
+                              pen.color);
+          else
+            drawLineShape(t.shape, x, y, a, t.height * pen.patternScale, pen);
         }
       }
     }

@@ -81,6 +81,7 @@ void bulgePoints(const DxGePoint2d& a, const DxGePoint2d& b, double bulge, doubl
                  std::vector<DxGePoint2d>& out);
 
 class TextPainter;
+class ShapeFile;
 
 // What BYBLOCK properties and layer-0 entities take from the reference that draws them.
 struct Inherited {
@@ -97,13 +98,14 @@ struct LayerInfo {
   int lineweight = -3;
 };
 
-// A text a linetype writes along the line once a pattern.
+// A text or a shape a linetype puts along the line once a pattern.
 struct LineText {
   double offset = 0;  // pattern units from the pattern's start
   std::string text;
   DxDbObjectId style;
-  double height = 1, rotation = 0, dx = 0, dy = 0;
+  double height = 1, rotation = 0, dx = 0, dy = 0;  // height: the shape's scale for a shape
   bool absolute = false;  // rotation from the x axis rather than from the line
+  std::vector<std::vector<DxGePoint2d>> shape;  // a shape's strokes, shape units
 };
 struct Linetype {
   std::vector<double> lengths;
@@ -179,8 +181,13 @@ class Renderer {
   Pen penFor(const DxDbEntity* e, const Context& ctx);
   DxDbObjectId effectiveLayer(const DxDbEntity* e, const Context& ctx) const;
   const Linetype& linetype(DxDbObjectId lt);
+  // The strokes of a shape of the shape file a style names (empty when either is missing).
+  std::vector<std::vector<DxGePoint2d>> shapeStrokes(DxDbObjectId style, int number);
   // Writes a linetype's texts along the flattened path, once a pattern.
   void writeLineTexts(cairo_path_t* path, const Pen& pen, double patternLength);
+  // A linetype's shape at a device point, turned by a (radians, counter-clockwise).
+  void drawLineShape(const std::vector<std::vector<DxGePoint2d>>& strokes, double x, double y, double a,
+                     double size, const Pen& pen);
   // Strokes the current path with the pen (dashes placed in device units).
   void stroke(const Pen& pen);
   void setColor(const Rgb& c) { cairo_set_source_rgb(m_cr, c.r, c.g, c.b); }
@@ -204,6 +211,7 @@ class Renderer {
   std::unordered_map<dx::db::Stub*, LayerInfo> m_layers;
   std::unordered_set<dx::db::Stub*> m_vpFrozen;
   std::unordered_map<dx::db::Stub*, Linetype> m_linetypes;
+  std::unordered_map<std::string, std::unique_ptr<ShapeFile>> m_shapeFiles;  // by name as given
   std::unique_ptr<TextPainter> m_text;
 
   friend void drawHatch(Renderer&, DxDbHatch*, const DxGeMatrix3d&, const Pen&);

@@ -9,6 +9,7 @@ Environment: DRAXEL (the program), DX_SHARED_DATA (sample drawings; skipped when
 
 import math
 import os
+import struct
 import subprocess
 import tempfile
 import unittest
@@ -119,6 +120,35 @@ class Geometry(PlotCase):
             self.assertIsNotNone(box, start)
             self.assertGreater(box[3] - box[1], 0.6)  # letters, not a line
             self.assertGreater(box[0], start + 5.8)
+
+    def test_linetype_draws_its_shapes_from_their_file(self):
+        # BAR: a stroke 20 units up through the origin; RING: a circle of radius 5 around it.
+        shapes = [(1, b"BAR\x00" + bytes([2, 8, 0, 0xF6, 1, 8, 0, 20, 0])),
+                  (2, b"RING\x00" + bytes([2, 8, 5, 0, 1, 10, 5, 0x00, 0]))]
+        shx = b"AutoCAD-86 shapes 1.0\r\n\x1a" + struct.pack("<HHH", 1, 2, len(shapes))
+        shx += b"".join(struct.pack("<HH", n, len(d)) for n, d in shapes) + b"".join(d for _, d in shapes)
+        with open(self.path("bars.shx"), "wb") as f:
+            f.write(shx)
+        with open(self.path("bars.lin"), "w") as f:
+            f.write("*BARS,bars\nA,4,[BAR,bars.shx,S=.1],-4,[RING,bars.shx,S=.1],-4\n")
+        with open(self.path("draw.scr"), "w") as f:
+            f.write('-LINETYPE L BARS bars.lin ""\nCELTYPE BARS\nLINE 0,10 38,10 ""\n')
+        src = self.save(ezdxf.new("R2018"))
+        out = self.path("out.png")
+        r = subprocess.run([DRAXEL, src, "-s", "draw.scr", "--plot", out, "--size", "800x600",
+                            "--window=0,0,40,30"], capture_output=True, text=True, timeout=300,
+                           cwd=self.tmp, stdin=subprocess.DEVNULL)
+        self.assertEqual(r.returncode, 0, r.stderr)
+        pic = Picture(out, (0, 0, 40, 30))
+        # Every 12 units: a dash 0..4, a bar 2 high standing across the line at its end,
+        # a ring of radius 0.5 at 8 with the line's gap through it.
+        for start in (0, 12, 24):
+            self.assertTrue(pic.ink(start + 2, 10), start)
+            self.assertTrue(pic.ink(start + 4, 10.8, r=1), f"bar expected at x={start + 4}")
+            self.assertFalse(pic.ink(start + 6, 10.8, r=3), start)
+            for dx, dy in ((0, 0.5), (0, -0.5), (0.5, 0), (-0.5, 0)):
+                self.assertTrue(pic.ink(start + 8 + dx, 10 + dy, r=1), f"ring expected around x={start + 8}")
+            self.assertFalse(pic.ink(start + 8, 10, r=3), "the ring is hollow and the line has a gap there")
 
     def test_points_show_as_the_drawing_says(self):
         doc = ezdxf.new("R2018")

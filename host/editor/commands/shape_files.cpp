@@ -1,14 +1,12 @@
 #include "host/editor/commands/shape_files.h"
 
-#include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <vector>
 
 #include "host/editor/text_utils.h"
+#include "host/plot/shapes.h"
 #include "hostapi/editor.h"
 
 namespace fs = std::filesystem;
@@ -21,29 +19,11 @@ std::string located(const std::string& name) {
   return dxedFindFile(name.c_str(), found, sizeof found) == RTNORM ? std::string(found) : std::string();
 }
 
-// Compiled shapes: the signature line ending in CR LF and 0x1A, the first and last number
-// and the count, a (number, size) pair per shape, then each shape's bytes starting with
-// its zero-terminated name.
-bool fromShx(const std::string& bytes, const std::string& name, int& number) {
-  size_t at = bytes.find("\r\n\x1a");
-  if (bytes.rfind("AutoCAD-86 shapes", 0) != 0 || at == std::string::npos) return false;
-  at += 3;
-  auto u16 = [&](size_t p) { return unsigned(uint8_t(bytes[p])) | unsigned(uint8_t(bytes[p + 1])) << 8; };
-  if (at + 6 > bytes.size()) return false;
-  const unsigned count = u16(at + 4);
-  size_t index = at + 6, data = index + 4 * size_t(count);
-  if (data > bytes.size()) return false;
-  for (unsigned i = 0; i < count; ++i, index += 4) {
-    const unsigned num = u16(index), size = u16(index + 2);
-    if (data + size > bytes.size()) return false;
-    std::string shapeName(bytes.c_str() + data, strnlen(bytes.c_str() + data, size));
-    if (iequals(shapeName, name)) {
-      number = int(num);
-      return true;
-    }
-    data += size;
-  }
-  return false;
+bool fromShx(std::string bytes, const std::string& name, int& number) {
+  plot::ShapeFile file;
+  const plot::ShapeFile::Shape* shape = file.parse(std::move(bytes)) ? file.byName(name) : nullptr;
+  if (shape) number = shape->number;
+  return shape != nullptr;
 }
 
 // Shape source: each shape starts with "*number,bytes,NAME".
@@ -69,7 +49,7 @@ bool shapeNumber(const std::string& file, const std::string& name, int& number, 
   if (!shx.empty()) {
     std::ifstream in(shx, std::ios::binary);
     std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    if (fromShx(bytes, name, number)) return true;
+    if (fromShx(std::move(bytes), name, number)) return true;
   }
   std::string shp = located(p.replace_extension(".shp").string());
   if (!shp.empty()) {
