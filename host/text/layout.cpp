@@ -174,9 +174,11 @@ void layoutMText(const MTextParams& p, Layout& out) {
   struct Line {
     std::vector<Glyph> glyphs;
     double width = 0, height = 0;
+    bool columnBreak = false;  // starts a new column (\N in a text with columns)
   };
   std::vector<Line> lines(1);
-  double wrap = p.width > 0 ? p.width : 0;
+  const bool columns = p.columnType > 0 && p.columnWidth > 0;
+  double wrap = columns ? p.columnWidth : p.width > 0 ? p.width : 0;
   size_t lastBreak = 0;  // glyphs of the current line before its last break chance
   double x = 0;
   auto newLine = [&](double width) {
@@ -276,6 +278,7 @@ void layoutMText(const MTextParams& p, Layout& out) {
       case 'P': case 'N': case 'n':
         flush();
         newLine(x);
+        lines.back().columnBreak = code == 'N' && columns;
         break;
       case '~': pending.push_back(U'\u00A0'); break;
       case '\\': case '{': case '}': pending.push_back(code); break;
@@ -321,21 +324,37 @@ void layoutMText(const MTextParams& p, Layout& out) {
   // Line pitch: five thirds of the text height, times the spacing factor.
   double factor = p.lineSpacing > 0 ? p.lineSpacing : 1;
   double total = 0;
-  std::vector<double> baseY;
+  std::vector<double> baseY, baseX(lines.size(), 0.0);
+  int column = 0;
+  auto columnFull = [&](double depth) {
+    double h = column < int(p.columnHeights.size()) && p.columnHeights[size_t(column)] > 0
+                   ? p.columnHeights[size_t(column)]
+                   : p.columnHeight;
+    bool more = p.columnType != 1 || p.columnCount <= 0 || column + 1 < p.columnCount;
+    return h > 0 && depth > h * 1.001 && more;
+  };
   for (size_t li = 0; li < lines.size(); ++li) {
     double lh = lines[li].height > 0 ? lines[li].height : baseH;
-    total += li == 0 ? lh : lh * 5.0 / 3.0 * factor;
+    bool first = li == 0;
+    double next = total + (first ? lh : lh * 5.0 / 3.0 * factor);
+    // A line that would reach below the column's foot starts the next column.
+    if (columns && !first && (lines[li].columnBreak || columnFull(next + lh / 3))) {
+      ++column;
+      next = lh;
+    }
+    total = next;
+    baseX[li] = columns ? column * (p.columnWidth + p.gutter) : 0;
     baseY.push_back(-total);
   }
   int attach = std::clamp(p.attachment, 1, 9);
   int col = (attach - 1) % 3, row = (attach - 1) / 3;
   double bottom = -total - (lines.back().height > 0 ? lines.back().height : baseH) / 3;
-  double yShift = row == 0 ? 0 : row == 1 ? -bottom / 2 : -bottom;
+  double yShift = row == 0 || columns ? 0 : row == 1 ? -bottom / 2 : -bottom;
   for (size_t li = 0; li < lines.size(); ++li) {
     double w = lines[li].width;
-    double xShift = col == 0 ? 0 : col == 1 ? -w / 2 : -w;
+    double xShift = col == 0 || columns ? 0 : col == 1 ? -w / 2 : -w;
     for (Glyph g : lines[li].glyphs) {
-      g.x += xShift;
+      g.x += xShift + baseX[li];
       g.y += baseY[li] + yShift;
       out.glyphs.push_back(g);
     }

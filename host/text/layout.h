@@ -60,6 +60,11 @@ struct MTextParams {
   int attachment = 1;            // 1..9, top left to bottom right
   DxGePoint3d location;
   DxGeVector3d xdir = DxGeVector3d::kXAxis, normal = DxGeVector3d::kZAxis;
+  // Columns (type 1: static, 2: dynamic): lines wrap at the column width and flow down a
+  // column until its height is full, then on in the next one, a gutter to the right.
+  int columnType = 0, columnCount = 0;  // count 0: as many as the text needs
+  double columnWidth = 0, gutter = 0, columnHeight = 0;
+  std::vector<double> columnHeights;  // dynamic columns of their own heights, in order
 };
 void layoutMText(const MTextParams& p, Layout& out);
 

@@ -360,6 +360,28 @@ class Text(PlotCase):
         self.assertIsNotNone(red)
         self.assertTrue(any(r > 200 and g < 80 for r, g, b in pic.colours(2.2, 9, r=6)))
 
+    def test_multiline_text_flows_into_its_columns(self):
+        doc = ezdxf.new("R2018")
+        msp = doc.modelspace()
+        words = " ".join(["HHH"] * 5)
+        # Columns 5 wide with a gutter of 1, 5 high: three lines fill the first, the other
+        # two run on into the second, from the same top line.
+        dyn = msp.add_mtext_dynamic_auto_height_columns(words, width=5, gutter_width=1, height=5, count=3)
+        dyn.dxf.insert, dyn.dxf.char_height = (2, 28), 1
+        # Static columns break where the text says (\N), whatever room is left.
+        static = msp.add_mtext_static_columns(["HHH", "HHH"], width=5, gutter_width=1, height=10)
+        static.dxf.insert, static.dxf.char_height = (22, 28), 1
+        pic = self.plot(self.save(doc))
+        first, second = pic.ink_box(1.5, 20, 7.2, 29), pic.ink_box(7.8, 20, 13.2, 29)
+        self.assertIsNotNone(second, "nothing in the second column")
+        self.assertGreater(first[1], 28 - 5.5, "the first column ends at its height")
+        self.assertAlmostEqual(second[3], first[3], delta=0.1)
+        self.assertGreater(second[0], 7.9)
+        self.assertIsNone(pic.ink_box(1.5, 10, 20, 21), "the text does not run on below the columns")
+        self.assertIsNone(pic.ink_box(13.5, 20, 20, 29), "two columns are enough")
+        self.assertIsNotNone(pic.ink_box(27.8, 26, 33.2, 29), "a column break starts the second column")
+        self.assertIsNone(pic.ink_box(21.5, 20, 27.5, 26.5))
+
 
 class Covering(PlotCase):
     def wipeout_drawing(self):
