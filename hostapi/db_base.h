@@ -217,6 +217,8 @@ class DxDbObjectId {
   dx::db::Stub* m_stub = nullptr;
 };
 using DxDbObjectIdArray = std::vector<DxDbObjectId>;
+// Entities handed in and out by pointer (curves to regions and the like).
+using DxDbVoidPtrArray = std::vector<void*>;
 
 // Entity names of the entity-list functions are object ids in disguise.
 void dxdbIdToName(dx_name name, DxDbObjectId id);

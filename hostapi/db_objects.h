@@ -731,6 +731,81 @@ class DxDbSpline : public DxDbCurve {
   std::vector<DxGePoint3d> m_ctrl, m_fit;
 };
 
+// A planar area: faces bounded by loops of lines and circular or elliptical arcs. The
+// first loop of a face is its outline, counter-clockwise about the normal; the others
+// are its holes, clockwise. Written as the ACIS body other CAD programs read; a body
+// read from a file whose curves the host cannot follow is kept as it was.
+class DxDbRegion : public DxDbEntity {
+  DX_DB_ENTITY_CLASS(DxDbRegion);
+  DxDbRegion() = default;
+  // World coordinates. An arc is a piece of the ellipse centre + major cos t + minor sin t
+  // (minor = normal x major, scaled by ratio: 1 for a circle), run from startParam up
+  // to endParam.
+  struct Edge {
+    bool isArc = false;
+    DxGePoint3d start, end;
+    DxGePoint3d center;
+    DxGeVector3d normal{0, 0, 1}, majorAxis{1, 0, 0};
+    double ratio = 1, startParam = 0, endParam = 0;
+    DxGeVector3d minorAxis() const { return normal.crossProduct(majorAxis) * ratio; }
+    DxGePoint3d pointAt(double t) const {
+      return center + majorAxis * std::cos(t) + minorAxis() * std::sin(t);
+    }
+  };
+  struct Loop {
+    std::vector<Edge> edges;  // end to end, the last ending where the first starts
+  };
+  struct Face {
+    std::vector<Loop> loops;  // outline first, then holes
+  };
+
+  // One region for every closed loop that the curves (lines, arcs, circles, ellipses,
+  // polylines, splines; as DxDbCurve pointers) form alone or end to end. The new regions
+  // (not in a database) are the caller's. eInvalidInput, and no region, when a curve is
+  // of another kind, the curves do not lie in one plane, or a chain does not close.
+  static Dxad::ErrorStatus createFromCurves(const DxDbVoidPtrArray& curveSegments,
+                                            DxDbVoidPtrArray& regions);
+  // Turns a face made of an outline and its holes into a region (loops as created from
+  // curves, any sense; holes must lie inside the outline).
+  Dxad::ErrorStatus setFace(const std::vector<Loop>& loops);
+
+  bool isNull() const { return m_faces.empty(); }
+  // Whether the host follows the body's geometry; a body it does not is kept but has no
+  // faces here.
+  bool isUnderstood() const { return m_understood; }
+  const std::vector<Face>& faces() const { return m_faces; }
+  DxGeVector3d normal() const { return m_normal; }
+  int numFaces() const { return int(m_faces.size()); }
+  Dxad::ErrorStatus getArea(double& area) const;
+  Dxad::ErrorStatus getPerimeter(double& perimeter) const;
+  // The loops of each face in the region's plane (planeToWorld(normal()) at z =
+  // elevation() gives world points back): circular arcs as bulges, elliptical ones as
+  // chords.
+  Dxad::ErrorStatus getLoops2d(std::vector<std::vector<KvGePolyline2d>>& faces) const;
+  double elevation() const;
+  // Union, subtraction or intersection with another region in the same plane; the
+  // other region is emptied, as the classic call does. Arcs come out as chords unless
+  // the other region lies wholly inside or outside this one.
+  enum BoolOperType { kBoolUnite = 0, kBoolIntersect = 1, kBoolSubtract = 2 };
+  Dxad::ErrorStatus booleanOper(BoolOperType op, DxDbRegion* other);
+  Dxad::ErrorStatus getGeomExtents(DxGePoint3d&, DxGePoint3d&) const override;
+  Dxad::ErrorStatus transformBy(const DxGeMatrix3d& xform) override;
+  // Lines, arcs, circles and ellipses of every loop.
+  Dxad::ErrorStatus explode(std::vector<DxDbEntity*>& pieces) const override;
+
+ private:
+  friend struct dx::db::Access;
+  void geometryChanged();
+  void parseBody();
+  int16_t m_modelerVersion = 0;  // 0: none in the file
+  // The body's text as the file carries it (groups 1 and 3, encoded), empty once the
+  // geometry changed: then it is written anew from the faces.
+  std::vector<std::pair<int16_t, std::string>> m_body;
+  std::vector<Face> m_faces;
+  DxGeVector3d m_normal{0, 0, 1};
+  bool m_understood = true;
+};
+
 // Any entity class the host does not model: kept whole and written back unchanged.
 class DxDbUnknownEntity : public DxDbEntity {
   DX_DB_ENTITY_CLASS(DxDbUnknownEntity);

@@ -20,6 +20,7 @@
   X(Dimension)            \
   X(Image)                \
   X(Spline)               \
+  X(Region)               \
   X(BlockRecord)          \
   X(SymbolTable)          \
   X(Layer)                \

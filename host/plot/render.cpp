@@ -489,6 +489,19 @@ void Renderer::drawEntity(DxDbObjectId id, const Context& ctx) {
     sp->getSamplePoints(n, pts);
     addPath(pts, m, sp->isClosed());
     stroke(pen);
+  } else if (auto* rg = as<DxDbRegion>(ent)) {
+    // The edges of every loop, each stroked on its own.
+    for (const auto& f : rg->faces())
+      for (const auto& l : f.loops)
+        for (const auto& ed : l.edges) {
+          pts.clear();
+          if (ed.isArc)
+            planeArc(ed.center, ed.normal, ed.majorAxis, ed.ratio, ed.startParam, ed.endParam);
+          else
+            pts = {ed.start, ed.end};
+          addPath(pts, m, false);
+        }
+    stroke(pen);
   } else if (auto* pl = as<DxDbPolyline>(ent)) {
     drawPolyline(pl, ctx, pen);
   } else if (auto* hp = as<DxDbPolylineHeavy>(ent)) {

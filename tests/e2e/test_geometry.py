@@ -93,6 +93,24 @@ class Geometry(DraxelTest):
         # CHPROP kept asking after the missing layer and moved the last object to B.
         self.assertEqual(doc.modelspace()[-1].dxf.layer, "B")
 
+    def test_insert_where_layers_are_missing(self):
+        # The drawing's current layer and the part's only layer have no table records.
+        doc = ezdxf.new("R2018")
+        doc.modelspace().add_line((0, 0), (1, 1), dxfattribs={"layer": "PARTLAYER"})
+        doc.saveas(self.path("part.dxf"))
+        doc = ezdxf.readfile(self.base)
+        doc.header["$CLAYER"] = "GONE"
+        host = self.path("host.dxf")
+        doc.saveas(host)
+        r, out = self.run_script("-INSERT part.dxf 0,0 1 1 0\n", drawing=host)
+        self.assertEqual(r.returncode, 0, r.stderr)
+        self.assertIn('Current layer "GONE" is not in the drawing; the block reference goes on layer "0"', r.stdout)
+        doc = ezdxf.readfile(out)
+        self.assertEqual(doc.modelspace().query("INSERT")[0].dxf.layer, "0")
+        # The part's layer is made, as the part's line needs it.
+        self.assertIn("PARTLAYER", doc.layers)
+        self.assertEqual(doc.blocks.get("part")[0].dxf.layer, "PARTLAYER")
+
     def test_running_snaps_move_script_points_onto_curves(self):
         # Endpoint and centre on: a point near a corner lands on it, one near the
         # circle's centre on the centre; OSMODE 0 leaves points where they are.

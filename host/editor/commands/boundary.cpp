@@ -1,6 +1,6 @@
-// BOUNDARY and -BOUNDARY: closed polylines around picked points, made from whatever
-// curves enclose them (lines, arcs, circles, ellipses, polylines, splines, also inside
-// block references), with the closed shapes inside as islands.
+// BOUNDARY and -BOUNDARY: closed polylines or regions around picked points, made from
+// whatever curves enclose them (lines, arcs, circles, ellipses, polylines, splines, also
+// inside block references), with the closed shapes inside as islands.
 #include <cmath>
 #include <unordered_map>
 
@@ -32,6 +32,49 @@ DxDbPolyline* polylineOf(const geo::BoundaryLoop& loop) {
     pl->addVertexAt(pl->numVerts(), p.a, p.isArc ? std::tan(p.sweep / 4) : 0.0);
   pl->setClosed(true);
   return pl;
+}
+
+DxDbRegion::Loop regionLoop(const geo::BoundaryLoop& loop) {
+  DxDbRegion::Loop out;
+  for (const Piece& p : loop.pieces) {
+    DxDbRegion::Edge e;
+    e.start = DxGePoint3d(p.a.x, p.a.y, 0);
+    e.end = DxGePoint3d(p.b.x, p.b.y, 0);
+    if (p.isArc && !p.flat) {
+      // Clockwise pieces run about the downward normal, so parameters always grow.
+      e.isArc = true;
+      e.center = DxGePoint3d(p.c.x, p.c.y, 0);
+      e.normal = DxGeVector3d(0, 0, p.sweep > 0 ? 1 : -1);
+      e.majorAxis = DxGeVector3d(p.a.x - p.c.x, p.a.y - p.c.y, 0);
+      e.endParam = std::fabs(p.sweep);
+      // Pieces of one circle that follow each other (a circle split where it was
+      // searched) make one arc again.
+      if (!out.edges.empty()) {
+        DxDbRegion::Edge& last = out.edges.back();
+        double r = e.majorAxis.length();
+        if (last.isArc && last.normal == e.normal && last.center.isEqualTo(e.center, 1e-9 * r) &&
+            std::fabs(last.majorAxis.length() - r) <= 1e-9 * r && last.endParam + e.endParam <= 2 * M_PI + 1e-9) {
+          last.endParam += e.endParam;
+          last.end = e.end;
+          continue;
+        }
+      }
+    }
+    out.edges.push_back(e);
+  }
+  return out;
+}
+
+// One region: the outline with its islands as holes.
+DxDbRegion* regionOf(const geo::BoundaryLoop& outer, const std::vector<geo::BoundaryLoop>& inner) {
+  std::vector<DxDbRegion::Loop> loops{regionLoop(outer)};
+  for (const auto& l : inner) loops.push_back(regionLoop(l));
+  auto* r = new DxDbRegion();
+  if (r->setFace(loops) != Dxad::eOk) {
+    delete r;
+    return nullptr;
+  }
+  return r;
 }
 
 bool visibleLayer(DxDbObjectId layerId, std::unordered_map<dx::db::Stub*, bool>& cache) {
@@ -75,8 +118,6 @@ void cmdBoundary() {
                           "Region Polyline _ORegion OPolyline", answer);
           if (rc == RTCAN) return;
           if (rc == RTNORM) regions = answer == "ORegion";
-          if (regions) say("\nRegions are not made by this host; boundaries stay polylines.\n");
-          regions = false;
         } else if (kw == "Boundary") {
           rc = askKeyword("\nSpecify candidate set for boundary [New/Everything] <Everything>: ",
                           "New Everything _New Everything", answer);
@@ -113,11 +154,23 @@ void cmdBoundary() {
       session().failCommand();
       return;
     }
+    if (regions) {
+      DxDbRegion* r = regionOf(outer, inner);
+      if (!r) {
+        say("\nThe boundary found does not make a region.\n");
+        session().failCommand();
+        return;
+      }
+      appendToCurrentSpace(r);
+      ++made;
+      continue;
+    }
     appendToCurrentSpace(polylineOf(outer));
     for (const auto& l : inner) appendToCurrentSpace(polylineOf(l));
     made += 1 + int(inner.size());
   }
-  say("\nBOUNDARY created " + std::to_string(made) + (made == 1 ? " polyline\n" : " polylines\n"));
+  const char* what = regions ? (made == 1 ? " region" : " regions") : (made == 1 ? " polyline" : " polylines");
+  say("\nBOUNDARY created " + std::to_string(made) + what + "\n");
 }
 
 }  // namespace dx::ed::cmd

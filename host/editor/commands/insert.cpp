@@ -54,6 +54,17 @@ DxDbObjectId blockFor(const std::string& answer) {
   return id;
 }
 
+// A drawing may name a current layer that its layer table lacks; new objects then go on
+// layer 0, and the user is told so rather than finding the reference there later.
+void warnMissingCurrentLayer(DxDbDatabase* d) {
+  resbuf* rb = d->getHeaderVar("CLAYER");
+  std::string named = rb && rb->restype == RTSTR && rb->resval.rstring ? rb->resval.rstring : "";
+  dxutRelRb(rb);
+  if (!named.empty() && findRecord(d->layerTableId(), named).isNull())
+    say("\nCurrent layer \"" + named + "\" is not in the drawing; the block reference goes on layer \"" +
+        recordName(d->clayer()) + "\".\n");
+}
+
 }  // namespace
 
 int askPlacement(Placement& p) {
@@ -135,6 +146,7 @@ void cmdInsert() {
   if (block.isNull()) return;
   std::string blockName = recordName(block);
   doc->lastBlockName = blockName;
+  warnMissingCurrentLayer(d);
 
   Placement place;
   if (askPlacement(place) != RTNORM) return;

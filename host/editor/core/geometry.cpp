@@ -102,7 +102,8 @@ void collectPieces(const DxDbEntity* e, std::vector<Piece>& out, int depth) {
     std::vector<DxGePoint3d> pts;
     sp->getSamplePoints(std::max<int>(64, int(sp->controlPoints().size()) * 8), pts);
     addChords(pts, out);
-  } else if (depth < 16 && (DxRxObject::cast<DxDbBlockReference>(e) || DxRxObject::cast<DxDbPolylineHeavy>(e))) {
+  } else if (depth < 16 && (DxRxObject::cast<DxDbBlockReference>(e) || DxRxObject::cast<DxDbPolylineHeavy>(e) ||
+                            DxRxObject::cast<DxDbRegion>(e))) {
     std::vector<DxDbEntity*> parts;
     if (e->explode(parts) == Dxad::eOk)
       for (DxDbEntity* part : parts) collectPieces(part, out, depth + 1);
@@ -209,7 +210,7 @@ bool outlineOf(const DxDbEntity* e, Outline& out) {
     out.paths.push_back({pt->position().to2d()});
     return true;
   }
-  if (DxRxObject::cast<DxDbPolylineHeavy>(e)) {
+  if (DxRxObject::cast<DxDbPolylineHeavy>(e) || DxRxObject::cast<DxDbRegion>(e)) {
     std::vector<DxDbEntity*> pieces;
     if (e->explode(pieces) != Dxad::eOk) return false;
     for (DxDbEntity* piece : pieces) {
