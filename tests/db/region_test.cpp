@@ -197,20 +197,29 @@ std::string regionText(const std::string& file) {
   return at == std::string::npos ? "" : file.substr(at, file.find("\n  0\n", at) - at);
 }
 
+// Reads a drawing file into db and opens the one entity of its model space as a region.
+DxDbRegion* readOnlyRegion(DxDbDatabase& db, const std::string& file, DxDb::OpenMode mode) {
+  if (db.readDxfFromBuffer(file) != Dxad::eOk) {
+    ADD_FAILURE() << db.lastError();
+    return nullptr;
+  }
+  DxDbBlockTableRecord* ms = nullptr;
+  if (dxdbOpenObject(ms, db.modelSpaceId(), DxDb::kForRead) != Dxad::eOk) return nullptr;
+  auto ids = ms->entityIds();
+  ms->close();
+  DxDbRegion* r = nullptr;
+  if (ids.size() != 1 || dxdbOpenObject(r, ids[0], mode) != Dxad::eOk) return nullptr;
+  return r;
+}
+
 TEST(Region, BodyGoesThroughTheFileAndComesBackTheSame) {
   RegionDrawing d;
   d.addRegion();
   std::string first = d.dxf(*d.db, DxDb::kDHL_1024);
   ASSERT_NE(regionText(first), "");
   DxDbDatabase back(false);
-  ASSERT_EQ(back.readDxfFromBuffer(first), Dxad::eOk) << back.lastError();
-  DxDbBlockTableRecord* ms = nullptr;
-  ASSERT_EQ(dxdbOpenObject(ms, back.modelSpaceId(), DxDb::kForRead), Dxad::eOk);
-  auto ids = ms->entityIds();
-  ms->close();
-  ASSERT_EQ(ids.size(), 1u);
-  DxDbRegion* r = nullptr;
-  ASSERT_EQ(dxdbOpenObject(r, ids[0], DxDb::kForRead), Dxad::eOk);
+  DxDbRegion* r = readOnlyRegion(back, first, DxDb::kForRead);
+  ASSERT_TRUE(r);
   EXPECT_TRUE(r->isUnderstood());
   EXPECT_NEAR(areaOf(r), 6000 - M_PI * 100 - kBulgedArea, 1e-9);
   ASSERT_EQ(r->faces().size(), 1u);
@@ -236,14 +245,8 @@ TEST(Region, BodyOfCurvesTheHostCannotFollowIsKeptAsItWas) {
   file += "  0\nENDSEC\n  0\nEOF\n";
   RegionDrawing d;
   DxDbDatabase back(false);
-  ASSERT_EQ(back.readDxfFromBuffer(file), Dxad::eOk) << back.lastError();
-  DxDbBlockTableRecord* ms = nullptr;
-  ASSERT_EQ(dxdbOpenObject(ms, back.modelSpaceId(), DxDb::kForRead), Dxad::eOk);
-  auto ids = ms->entityIds();
-  ms->close();
-  ASSERT_EQ(ids.size(), 1u);
-  DxDbRegion* r = nullptr;
-  ASSERT_EQ(dxdbOpenObject(r, ids[0], DxDb::kForWrite), Dxad::eOk);
+  DxDbRegion* r = readOnlyRegion(back, file, DxDb::kForWrite);
+  ASSERT_TRUE(r);
   EXPECT_FALSE(r->isUnderstood());
   double a;
   EXPECT_EQ(r->getArea(a), Dxad::eNotApplicable);
