@@ -2,7 +2,8 @@
 # Plot of a generated drawing (lines, arcs, circles, polylines, texts, references with
 # attributes) to a 1600x1200 PNG: draxel against ezdxf's drawing add-on on the same file,
 # and draxel on ten times the entities. Reports wall and processor seconds; the plot's
-# own time is the run with --plot less the run that only opens the drawing.
+# own time is the run with --plot less the run that only opens the drawing. ezdxf, slow,
+# runs once and niced: compare processor seconds on a shared machine.
 # Usage: bench/plot/run.sh [BINDIR] [ENTITIES]   (defaults: build/bin, 200000)
 set -euo pipefail
 cd "$(dirname "$0")/../.."
@@ -22,7 +23,7 @@ read -r open_n open_n_cpu < <(timed "$bin/draxel" "$work/mixed_$n.dxf" -c "")
 read -r plot_n plot_n_cpu < <(timed "$bin/draxel" "$work/mixed_$n.dxf" --plot "$work/plot_$n.png")
 read -r open_b open_b_cpu < <(timed "$bin/draxel" "$work/mixed_$big.dxf" -c "")
 read -r plot_b plot_b_cpu < <(timed "$bin/draxel" "$work/mixed_$big.dxf" --plot "$work/plot_$big.png")
-read -r ez ez_cpu < <(timed /usr/bin/python3 -m ezdxf draw -o "$work/ezdxf_$n.png" "$work/mixed_$n.dxf")
+read -r ez ez_cpu < <(timed nice -n 10 /usr/bin/python3 -m ezdxf draw -o "$work/ezdxf_$n.png" "$work/mixed_$n.dxf")
 
 awk -v n="$n" -v big="$big" -v on="$open_n" -v pn="$plot_n" -v ob="$open_b" -v pb="$plot_b" \
     -v onc="$open_n_cpu" -v pnc="$plot_n_cpu" -v obc="$open_b_cpu" -v pbc="$plot_b_cpu" \
