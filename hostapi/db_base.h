@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -214,11 +215,18 @@ class DxDbObjectId {
   dx::db::Stub* stub() const { return m_stub; }
 
  private:
+  friend struct std::hash<DxDbObjectId>;
   dx::db::Stub* m_stub = nullptr;
 };
 using DxDbObjectIdArray = std::vector<DxDbObjectId>;
 // Entities handed in and out by pointer (curves to regions and the like).
 using DxDbVoidPtrArray = std::vector<void*>;
+
+// Ids as keys of unordered containers.
+template <>
+struct std::hash<DxDbObjectId> {
+  size_t operator()(const DxDbObjectId& id) const noexcept { return std::hash<const void*>()(id.m_stub); }
+};
 
 // Entity names of the entity-list functions are object ids in disguise.
 void dxdbIdToName(dx_name name, DxDbObjectId id);

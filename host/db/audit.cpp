@@ -93,4 +93,10 @@ size_t auditDatabase(DatabaseImpl& db, std::vector<std::string>& notes, bool fix
   return found;
 }
 
+const std::vector<std::string>& loadRepairs(const DxDbDatabase& db) { return implOf(&db)->repairs; }
+
+size_t auditDrawing(DxDbDatabase& db, std::vector<std::string>& notes, bool fix) {
+  return auditDatabase(*implOf(&db), notes, fix);
+}
+
 }  // namespace dx::db

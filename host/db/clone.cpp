@@ -96,7 +96,7 @@ class CopySink : public Sink {
 
 }  // namespace
 
-DxDbObject* copyAcross(const DxDbObject& src, DatabaseImpl& target, const RefMap& map) {
+DxDbObject* copyAcross(const DxDbObject& src, DxDbDatabase& target, const RefMap& map) {
   ensureSchemas();
   const ClassSchema* sc = schemaOf(src);
   if (!sc) return nullptr;
@@ -116,7 +116,7 @@ DxDbObject* copyAcross(const DxDbObject& src, DatabaseImpl& target, const RefMap
   }
   if (!o) return nullptr;
   LoadContext ctx;
-  ctx.db = &target;
+  ctx.db = implOf(&target);
   applyTags(*o, *schemaOf(*o), sink.tags, ctx);
   // A dimension names its picture block by name: the copy names the target's copy.
   if (auto* dim = DxRxObject::cast<DxDbDimension>(o)) {

@@ -526,6 +526,10 @@ void DatabaseImpl::rollbackTo(uint64_t pos) {
   ++m_journalGen;
 }
 
+void dx::db::setJournalEnabled(DxDbDatabase& db, bool on) { implOf(&db)->setJournalEnabled(on); }
+uint64_t dx::db::journalPosition(DxDbDatabase& db) { return implOf(&db)->journalPosition(); }
+void dx::db::rollbackJournal(DxDbDatabase& db, uint64_t position) { implOf(&db)->rollbackTo(position); }
+
 // ---------------------------------------------------------------------------------------
 // Header variables
 

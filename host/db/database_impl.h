@@ -11,29 +11,15 @@
 #include <utility>
 #include <vector>
 
+#include "host/db/journal.h"
+#include "host/db/merge.h"
+#include "host/db/repair.h"
 #include "host/db/schema.h"
+#include "host/db/stub.h"
 #include "hostapi/db.h"
 
 namespace dx::db {
 
-struct Stub {
-  uint64_t handle = 0;
-  DxDbObject* obj = nullptr;
-  DatabaseImpl* db = nullptr;
-  uint32_t journalGen = 0;  // undo step in which the object was last saved
-  bool erased = false;
-};
-
-// The object behind an id: null for a null id or a stub that has no object yet.
-inline DxDbObject* objectOf(DxDbObjectId id) {
-  Stub* s = id.stub();
-  return s ? s->obj : nullptr;
-}
-// The same, and null for an erased object.
-inline DxDbObject* liveObjectOf(DxDbObjectId id) {
-  Stub* s = id.stub();
-  return s && !s->erased ? s->obj : nullptr;
-}
 // The database an object lives in; null for an object not in one.
 inline DatabaseImpl* databaseOf(const DxDbObject& o) {
   Stub* s = Access::stub(o);
@@ -163,24 +149,7 @@ class DatabaseImpl {
   std::vector<std::string> m_violations;
 };
 
-inline DatabaseImpl* implOf(DxDbDatabase* db) { return db ? db->impl() : nullptr; }
-
-// While one is alive, drawings are read the way RECOVER reads them: past damage in a
-// section the reader goes on at the next one, and says what it skipped or set right.
-class RecoverMode {
- public:
-  RecoverMode() { ++depth(); }
-  ~RecoverMode() { --depth(); }
-  RecoverMode(const RecoverMode&) = delete;
-  RecoverMode& operator=(const RecoverMode&) = delete;
-  static bool on() { return depth() > 0; }
-
- private:
-  static int& depth() {
-    static thread_local int d = 0;
-    return d;
-  }
-};
+inline DatabaseImpl* implOf(const DxDbDatabase* db) { return db ? db->impl() : nullptr; }
 
 // Reads DXF into an empty database; false with a one-line error.
 bool readDxf(DatabaseImpl& db, dxf::Bytes data, std::string& error);
@@ -190,13 +159,6 @@ void writeDxf(const DatabaseImpl& db, Ver version, dxf::TagWriter& w);
 // A copy of an object for undo or for cloning: same class and state, not attached.
 DxDbObject* copyObject(const DxDbObject& o);
 
-// Gives the target database's object for a reference of the source (copying it there
-// first when needed), or null to clear the reference.
-using RefMap = std::function<DxDbObjectId(DxDbObjectId)>;
-// A copy of an object for another database, not attached: every reference it holds
-// went through map. Its owner, extension dictionary and reactors are left for the
-// caller; sub-entities (attributes, vertices) are copied one by one.
-DxDbObject* copyAcross(const DxDbObject& src, DatabaseImpl& target, const RefMap& map);
 // False when any number the object holds is infinite or NaN.
 bool allFinite(const DxDbObject& o);
 

@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""The include boundary holds in the tree, and the check finds an include planted across it."""
+"""The include boundary holds in the tree, and the check finds an include planted across it
+(between the three parts, and from the editor into the database's core)."""
 
 import os
 import subprocess
@@ -40,12 +41,19 @@ class IncludeBoundary(unittest.TestCase):
             write(t, "express/text/up.cpp", '#include "../../host/db/schema.h"\n')
             write(t, "host/db/back.cpp", '#include "express/env/env.h"\n')
             write(t, "hostapi/leak.h", "#include <host/db/schema.h>\n")
+            write(t, "host/db/database_impl.h", '#include "hostapi/db.h"\n')
+            write(t, "host/db/merge.h", '#include "host/db/database_impl.h"\n')
+            write(t, "host/editor/core/ok.cpp", '#include "host/db/merge.h"\n')
+            write(t, "host/editor/core/core.cpp", '#include "host/db/database_impl.h"\n')
+            write(t, "host/editor/commands/up.cpp", '#include "../../db/database_impl.h"\n')
             code, lines = run(t)
             self.assertEqual(code, 1)
             self.assertEqual(sorted(lines), [
                 "express/text/top.cpp:3: includes host/db/schema.h",
                 "express/text/up.cpp:1: includes ../../host/db/schema.h",
                 "host/db/back.cpp:1: includes express/env/env.h",
+                "host/editor/commands/up.cpp:1: includes ../../db/database_impl.h",
+                "host/editor/core/core.cpp:1: includes host/db/database_impl.h",
                 "hostapi/leak.h:1: includes host/db/schema.h",
             ])
 

@@ -2,7 +2,7 @@
 // QUIT.
 #include <filesystem>
 
-#include "host/db/database_impl.h"
+#include "host/db/repair.h"
 #include "host/editor/commands/common.h"
 
 namespace fs = std::filesystem;
@@ -48,8 +48,7 @@ void cmdUndo() {
     if (askKeyword("\nEnter an UNDO control option [All/None/One] <All>: ", "All None One", c) == RTCAN) return;
     bool on = c != "None";
     u.enabled = on;
-    if (!on) u.clear();
-    doc->database()->impl();  // the journal keeps recording; steps are what UNDO offers
+    if (!on) u.clear();  // the journal keeps recording; steps are what UNDO offers
   }
 }
 
@@ -153,7 +152,7 @@ void cmdAudit() {
   if (rc == RTCAN || rc == RTERROR) return;
   bool fix = rc == RTNORM && kw == "Yes";
   std::vector<std::string> notes;
-  size_t found = dx::db::auditDatabase(*dx::db::implOf(doc->database()), notes, fix);
+  size_t found = dx::db::auditDrawing(*doc->database(), notes, fix);
   for (const std::string& n : notes) say("\n" + n);
   say("\nTotal errors found " + std::to_string(found) + " fixed " + std::to_string(fix ? found : 0) + "\n");
 }

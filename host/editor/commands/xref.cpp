@@ -2,12 +2,10 @@
 // detach and bind the drawing's references.
 #include <filesystem>
 
-#include "host/db/database_impl.h"
 #include "host/editor/commands/common.h"
 #include "host/editor/core/xref.h"
 
 namespace fs = std::filesystem;
-using dx::db::Access;
 
 namespace dx::ed::cmd {
 namespace {
@@ -65,7 +63,7 @@ void attach(bool overlay, std::string file = {}) {
       session().failCommand();
       return;
     }
-    Access::blockFlags(*btr) = overlay ? kXrefFlag | kOverlayFlag : kXrefFlag;
+    dx::db::blockFlags(*btr) = overlay ? kXrefFlag | kOverlayFlag : kXrefFlag;
     btr->setPathName(file.c_str());
     {
       Opened<DxDbSymbolTable> table(db()->blockTableId(), DxDb::kForWrite);
@@ -197,10 +195,10 @@ void keepAnonymousBlocks(DxDbObjectId block) {
   for (DxDbObjectId e : ents) {
     DxDbObjectId shown;
     if (Opened<DxDbDimension> dim(e, DxDb::kForRead); dim)
-      shown = findRecord(db()->blockTableId(), Access::dimBlockName(*dim.get()));
+      shown = findRecord(db()->blockTableId(), dx::db::dimensionBlockName(*dim.get()));
     Opened<DxDbBlockTableRecord> b(shown, DxDb::kForRead);
     if (!b || !b->isAnonymous() || !b->isDependent() || b->upgradeOpen() != Dxad::eOk) continue;
-    Access::blockFlags(*b.get()) &= int16_t(~(kDependentFlag | kResolvedFlag));
+    dx::db::blockFlags(*b.get()) &= int16_t(~(kDependentFlag | kResolvedFlag));
   }
 }
 
@@ -213,14 +211,14 @@ void bind() {
       if (!r) continue;
       std::string to = boundName(name, r->getName().substr(name.size() + 1), r->ownerId());
       r->setName(to.c_str());
-      Access::flags(*r.get()) &= int16_t(~(kDependentFlag | kResolvedFlag));
+      dx::db::recordFlags(*r.get()) &= int16_t(~(kDependentFlag | kResolvedFlag));
       if (DxRxObject::cast<DxDbBlockTableRecord>(r.get())) blocks.push_back(dep);
     }
     for (DxDbObjectId b : blocks) {
       {
         Opened<DxDbBlockTableRecord> btr(b, DxDb::kForWrite);
         if (!btr) continue;
-        Access::blockFlags(*btr.get()) &=
+        dx::db::blockFlags(*btr.get()) &=
             int16_t(~(kXrefFlag | kOverlayFlag | kDependentFlag | kResolvedFlag));
         btr->setPathName("");
       }

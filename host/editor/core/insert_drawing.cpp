@@ -7,29 +7,25 @@
 #include <algorithm>
 #include <unordered_map>
 
-#include "host/db/database_impl.h"
+#include "host/base/case.h"
+#include "host/db/merge.h"
+#include "host/db/stub.h"
 #include "host/editor/core/session.h"
 
 namespace dx::ed {
 namespace {
 
-using dx::db::Stub;
-
-DxDbObject* liveObject(DxDbObjectId id) {
-  Stub* s = id.stub();
-  return s && s->obj && !s->erased ? s->obj : nullptr;
-}
+using dx::db::liveObjectOf;
 
 class Copier {
  public:
-  Copier(DxDbDatabase* target, DxDbDatabase* source)
-      : m_target(target), m_source(source), m_targetImpl(*dx::db::implOf(target)) {}
+  Copier(DxDbDatabase* target, DxDbDatabase* source) : m_target(target), m_source(source) {}
 
   // The target's object for a reference of the source; null clears the reference.
   DxDbObjectId map(DxDbObjectId sourceId) {
-    DxDbObject* o = liveObject(sourceId);
-    if (!o || sourceId.stub()->db != dx::db::implOf(m_source)) return {};
-    if (auto it = m_map.find(sourceId.stub()); it != m_map.end()) return it->second;
+    DxDbObject* o = liveObjectOf(sourceId);
+    if (!o || sourceId.database() != m_source) return {};
+    if (auto it = m_map.find(sourceId); it != m_map.end()) return it->second;
     if (DxRxObject::cast<DxDbBlockTableRecord>(o)) return blockCopy(sourceId);
     if (DxRxObject::cast<DxDbSymbolTableRecord>(o)) return record(sourceId);
     if (DxRxObject::cast<DxDbEntity>(o)) return {};  // entities come only with their block
@@ -38,10 +34,10 @@ class Copier {
 
   // Copies the entities of a source block record into a target block record.
   void copyEntities(DxDbObjectId sourceBlock, DxDbObjectId targetBlock) {
-    auto* src = DxRxObject::cast<DxDbBlockTableRecord>(liveObject(sourceBlock));
+    auto* src = DxRxObject::cast<DxDbBlockTableRecord>(liveObjectOf(sourceBlock));
     if (!src) return;
     for (DxDbObjectId id : src->entityIds()) {
-      DxDbObject* e = liveObject(id);
+      DxDbObject* e = liveObjectOf(id);
       if (!e) continue;
       DxDbObject* copy = copyOf(e);
       auto* entity = DxRxObject::cast<DxDbEntity>(copy);
@@ -56,18 +52,18 @@ class Copier {
         continue;
       }
       dst.close();
-      m_map[id.stub()] = newId;
+      m_map[id] = newId;
       // Attributes and vertices are entities of their own.
       if (auto* ref = DxRxObject::cast<DxDbBlockReference>(e)) {
         for (DxDbObjectId a : ref->attributeIds())
-          if (auto* att = DxRxObject::cast<DxDbAttribute>(copyOf(liveObject(a)))) {
+          if (auto* att = DxRxObject::cast<DxDbAttribute>(copyOf(liveObjectOf(a)))) {
             DxDbObjectId attId;
             if (static_cast<DxDbBlockReference*>(entity)->appendAttribute(attId, att) == Dxad::eOk) att->close();
             else delete att;
           }
       } else if (auto* pl = DxRxObject::cast<DxDbPolylineHeavy>(e)) {
         for (DxDbObjectId v : pl->vertexIds())
-          if (auto* vertex = DxRxObject::cast<DxDbVertex>(copyOf(liveObject(v)))) {
+          if (auto* vertex = DxRxObject::cast<DxDbVertex>(copyOf(liveObjectOf(v)))) {
             DxDbObjectId vId;
             if (static_cast<DxDbPolylineHeavy*>(entity)->appendVertex(vId, vertex) == Dxad::eOk) vertex->close();
             else delete vertex;
@@ -80,14 +76,14 @@ class Copier {
   // The target's block of a source block: by name, a new one when the target has none;
   // anonymous blocks always get a new one under a free name.
   DxDbObjectId blockCopy(DxDbObjectId sourceBlock) {
-    auto* src = DxRxObject::cast<DxDbBlockTableRecord>(liveObject(sourceBlock));
+    auto* src = DxRxObject::cast<DxDbBlockTableRecord>(liveObjectOf(sourceBlock));
     if (!src) return {};
     std::string name = src->getName();
-    if (name.size() > 1 && name[0] == '*' && dx::db::upperKey(name).rfind("*MODEL_SPACE", 0) != 0 &&
-        dx::db::upperKey(name).rfind("*PAPER_SPACE", 0) != 0)
+    if (name.size() > 1 && name[0] == '*' && dx::base::upper(name).rfind("*MODEL_SPACE", 0) != 0 &&
+        dx::base::upper(name).rfind("*PAPER_SPACE", 0) != 0)
       name = freeName(name.substr(0, 2));
     DxDbObjectId id = makeBlock(name, src->origin());
-    m_map[sourceBlock.stub()] = id;
+    m_map[sourceBlock] = id;
     if (!id.isNull()) m_pending.emplace_back(sourceBlock, id);
     return id;
   }
@@ -125,7 +121,7 @@ class Copier {
  private:
   DxDbObject* copyOf(const DxDbObject* o) {
     if (!o) return nullptr;
-    return dx::db::copyAcross(*o, m_targetImpl, [this](DxDbObjectId id) { return map(id); });
+    return dx::db::copyAcross(*o, *m_target, [this](DxDbObjectId id) { return map(id); });
   }
 
   std::string freeName(const std::string& prefix) {
@@ -138,8 +134,8 @@ class Copier {
 
   // A layer, linetype, text or dimension style: the target's of the same name, or a copy.
   DxDbObjectId record(DxDbObjectId sourceId) {
-    auto* src = static_cast<DxDbSymbolTableRecord*>(liveObject(sourceId));
-    auto* srcTable = DxRxObject::cast<DxDbSymbolTable>(liveObject(src->ownerId()));
+    auto* src = static_cast<DxDbSymbolTableRecord*>(liveObjectOf(sourceId));
+    auto* srcTable = DxRxObject::cast<DxDbSymbolTable>(liveObjectOf(src->ownerId()));
     DxDbObjectId tableId = srcTable ? m_target->symbolTableId(srcTable->isA()) : DxDbObjectId();
     if (tableId.isNull()) return {};
     DxDbObjectId found;
@@ -156,7 +152,7 @@ class Copier {
       }
       copy->close();
     }
-    m_map[sourceId.stub()] = found;
+    m_map[sourceId] = found;
     return found;
   }
 
@@ -166,8 +162,8 @@ class Copier {
     std::vector<std::string> keys;
     DxDbObjectId cur = sourceId, root = m_source->namedObjectsDictionaryId();
     while (cur != root) {
-      DxDbObjectId owner = liveObject(cur)->ownerId();
-      auto* dict = DxRxObject::cast<DxDbDictionary>(liveObject(owner));
+      DxDbObjectId owner = liveObjectOf(cur)->ownerId();
+      auto* dict = DxRxObject::cast<DxDbDictionary>(liveObjectOf(owner));
       std::string key;
       if (!dict || dict->nameAt(cur, key) != Dxad::eOk || keys.size() > 64) return {};
       keys.push_back(key);
@@ -187,8 +183,8 @@ class Copier {
     }
     if (found.isNull()) {
       // The copy's owner is the target dictionary it goes into.
-      m_map[liveObject(sourceId)->ownerId().stub()] = dictId;
-      DxDbObject* copy = copyOf(liveObject(sourceId));
+      m_map[liveObjectOf(sourceId)->ownerId()] = dictId;
+      DxDbObject* copy = copyOf(liveObjectOf(sourceId));
       Opened<DxDbDictionary> dict(dictId, DxDb::kForWrite);
       if (!copy || !dict || dict->setAt(keys[0].c_str(), copy, found) != Dxad::eOk) {
         delete copy;
@@ -196,7 +192,7 @@ class Copier {
       }
       copy->close();
     }
-    m_map[sourceId.stub()] = found;
+    m_map[sourceId] = found;
     return found;
   }
 
@@ -207,7 +203,7 @@ class Copier {
       if (!parent) return {};
       parent->getAt(key.c_str(), id);
     }
-    if (!id.isNull()) return DxRxObject::cast<DxDbDictionary>(liveObject(id)) ? id : DxDbObjectId();
+    if (!id.isNull()) return DxRxObject::cast<DxDbDictionary>(liveObjectOf(id)) ? id : DxDbObjectId();
     Opened<DxDbDictionary> parent(parentId, DxDb::kForWrite);
     auto* dict = new DxDbDictionary();
     if (!parent || parent->setAt(key.c_str(), dict, id) != Dxad::eOk) {
@@ -220,8 +216,7 @@ class Copier {
 
   DxDbDatabase* m_target;
   DxDbDatabase* m_source;
-  dx::db::DatabaseImpl& m_targetImpl;
-  std::unordered_map<Stub*, DxDbObjectId> m_map;
+  std::unordered_map<DxDbObjectId, DxDbObjectId> m_map;
   std::vector<std::pair<DxDbObjectId, DxDbObjectId>> m_pending;  // source block, its new copy
   std::vector<DxDbObjectId> m_created;                           // blocks this copy made
 };

@@ -6,7 +6,8 @@
 #include <filesystem>
 #include <optional>
 
-#include "host/db/database_impl.h"
+#include "host/db/journal.h"
+#include "host/db/repair.h"
 
 namespace fs = std::filesystem;
 
@@ -21,7 +22,7 @@ const char* kHostGroup = "DRAXEL";
 
 Document::Document(std::unique_ptr<DxDbDatabase> db, std::string path) : m_db(std::move(db)) {
   setPath(path);
-  m_db->impl()->setJournalEnabled(true);
+  dx::db::setJournalEnabled(*m_db, true);
   m_savedPosition = journalPosition();
 }
 
@@ -32,8 +33,8 @@ void Document::setPath(const std::string& path) {
   m_title = fs::path(path).filename().string();
 }
 
-uint64_t Document::journalPosition() const { return m_db->impl()->journalPosition(); }
-void Document::rollbackTo(uint64_t pos) { m_db->impl()->rollbackTo(pos); }
+uint64_t Document::journalPosition() const { return dx::db::journalPosition(*m_db); }
+void Document::rollbackTo(uint64_t pos) { dx::db::rollbackJournal(*m_db, pos); }
 bool Document::modified() const { return journalPosition() != m_savedPosition; }
 void Document::markSaved() { m_savedPosition = journalPosition(); }
 
@@ -102,7 +103,7 @@ Document* Session::openDocument(const std::string& path, std::string& error, boo
     return nullptr;
   }
   // What loading had to set right in a damaged file is said, not hidden.
-  const auto& repairs = dx::db::implOf(db.get())->repairs;
+  const auto& repairs = dx::db::loadRepairs(*db);
   for (const std::string& r : repairs) output().message("\n" + fs::path(path).filename().string() + ": " + r + "\n");
   if (recover)
     output().message("\n" + fs::path(path).filename().string() + ": recovered, " + std::to_string(repairs.size()) +

@@ -5,12 +5,16 @@
 #include <string>
 #include <vector>
 
+#include "host/db/merge.h"
 #include "hostapi/db.h"
 
 namespace dx::ed {
 
-// Block flags of the DXF reference.
-constexpr int16_t kXrefFlag = 4, kOverlayFlag = 8, kDependentFlag = 16, kResolvedFlag = 32;
+using dx::db::emptyBlock;
+using dx::db::kDependentFlag;
+using dx::db::kOverlayFlag;
+using dx::db::kResolvedFlag;
+using dx::db::kXrefFlag;
 
 // A reference inside another one: its block is named "outer|inner".
 inline bool isNestedXref(const DxDbBlockTableRecord& b) {
@@ -43,9 +47,6 @@ class XrefLoader {
   std::vector<std::string> m_notes;
   std::string m_cycle;
 };
-
-// Erases every entity of a block.
-void emptyBlock(DxDbObjectId block);
 
 // Loads every external reference of a drawing just read; what cannot be loaded is said
 // once per reference and stays in the drawing, unresolved.
