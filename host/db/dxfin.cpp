@@ -27,7 +27,6 @@ uint64_t parseHex(std::string_view s) {
   return v;
 }
 
-
 // One object's groups as read: strings copied into a local arena, points folded, and
 // references turned into ids.
 struct Record {
@@ -53,13 +52,6 @@ struct Record {
   }
 };
 
-
-inline bool pointCode(int c) {
-  return (c >= 10 && c <= 18) || (c >= 110 && c <= 112) || c == 210 || (c >= 1010 && c <= 1013);
-}
-inline bool refCode(int c) {
-  return (c >= 330 && c <= 369) || (c >= 390 && c <= 399) || c == 480 || c == 481 || c == 1005;
-}
 
 class Reader {
  public:
@@ -205,10 +197,10 @@ bool Reader::readRecord(Record& rec) {
     in.real = t.real;
     in.integer = t.integer;
     in.text = text;
-    if (t.kind == Kind::Double && pointCode(code)) {
+    if (t.kind == Kind::Double && dxf::isPointCode(code)) {
       in.pt[0] = t.real;
       in.dims = 1;
-    } else if (refCode(code)) {
+    } else if (dxf::isReferenceCode(code)) {
       in.isRef = true;
       in.id = DxDbObjectId(m_db.stubFor(parseHex(text)));
     }

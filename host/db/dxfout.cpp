@@ -229,12 +229,12 @@ class Writer {
       emitObject(*s, m_sink);
       return;
     }
-    // No end marker object (should not happen): write one owned by the parent.
-    m_w.str(0, "SEQEND");
-    m_w.handle(5, 0);
-    m_w.handle(330, parent.getDbHandle().value());
-    m_w.str(100, "AcDbEntity");
-    m_w.str(8, "0");
+    // The end marker was erased: readers need one, so a fresh one owned by the parent
+    // is written (it gets its handle when the file is read again).
+    DxDbSequenceEnd end;
+    Access::owner(end) = parent.objectId();
+    Access::layer(end) = m_db.layerZero;
+    emitObject(end, m_sink);
   }
 
   void entitiesOf(DxDbObjectId btrId) {

@@ -409,30 +409,59 @@ int dxdbEntNext(const dx_name ent, dx_name result) {
 }
 
 namespace {
+// The table entry of a block: its BLOCK entity's type and own groups (without the name
+// the file repeats, and the external-reference path only when there is one), then the
+// block's first entity.
+class BlockEntrySink : public ListSink {
+ public:
+  void str(int code, std::string_view s) override {
+    if (code == 100) own = s == ownMarker;
+    else if (code == 0 || (own && code != 3 && !(code == 1 && s.empty()))) ListSink::str(code, s);
+  }
+  void real(int code, double v) override {
+    if (own) ListSink::real(code, v);
+  }
+  void integer(int code, int64_t v) override {
+    if (own) ListSink::integer(code, v);
+  }
+  void point(int code, const double* p, int dims) override {
+    if (own) ListSink::point(code, p, dims);
+  }
+  void ref(int code, DxDbObjectId id) override {
+    if (own) ListSink::ref(code, id);
+  }
+  void xtag(const XTag& t) override {
+    if (own) ListSink::xtag(t);
+  }
+  std::string_view ownMarker;
+
+ private:
+  bool own = false;
+};
+
 resbuf* recordList(DxDbObjectId id, Table t) {
   DxDbObject* o = objectOf(id);
   if (!o) return nullptr;
-  if (t == Table::Block) {
-    auto* b = static_cast<DxDbBlockTableRecord*>(o);
-    ListSink sink;
+  auto start = [](ListSink& sink, DxDbObjectId ename) {
     resbuf* first = dxutNewRb(-1);
-    dxdbIdToName(first->resval.rlname, Access::blockBegin(*b));
+    dxdbIdToName(first->resval.rlname, ename);
     sink.push(first);
-    sink.str(0, "BLOCK");
-    sink.str(2, b->getName());
-    sink.integer(70, b->blockFlags());
-    double p[3] = {b->origin().x, b->origin().y, b->origin().z};
-    sink.point(10, p, 3);
-    auto ids = b->entityIds();
-    if (!ids.empty()) sink.ref(-2, ids.front());
-    if (b->pathName()[0]) sink.str(1, b->pathName());
+  };
+  if (t != Table::Block) {
+    ListSink sink;
+    start(sink, id);
+    emitObject(*o, sink, false);
     return sink.head;
   }
-  ListSink sink;
-  resbuf* first = dxutNewRb(-1);
-  dxdbIdToName(first->resval.rlname, id);
-  sink.push(first);
-  emitObject(*o, sink, false);
+  auto* b = static_cast<DxDbBlockTableRecord*>(o);
+  DxDbObject* begin = objectOf(Access::blockBegin(*b));
+  if (!begin) return nullptr;
+  BlockEntrySink sink;
+  sink.ownMarker = schemaOf(*begin)->subclasses.back().marker;
+  start(sink, begin->objectId());
+  emitObject(*begin, sink, false);
+  auto ids = b->entityIds();
+  if (!ids.empty()) sink.ListSink::ref(-2, ids.front());
   return sink.head;
 }
 

@@ -54,6 +54,9 @@ ClassSchema* defineSchema(DxRxClass* cls, const char* dxfName, std::vector<Subcl
 
 // The groups every entity starts with (AcDbEntity); made by entities/entity.cpp.
 SubclassDef entitySubclass();
+// The groups of a multiline text's own subclass (AcDbMText), which attributes embed;
+// made by entities/mtext.cpp.
+SubclassDef mtextSubclass();
 
 template <class T>
 ClassSchema* entity(const char* dxfName, std::vector<SubclassDef> own, bool registerName = true) {

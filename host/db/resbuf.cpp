@@ -34,7 +34,8 @@ int dxutGroupCodeType(int code) {
   if (code == -3 || code == -4) return code == -4 ? RTSTR : RTNONE;
   if (code < 0) return RTNONE;
   if (dx::dxf::isPointCode(code)) return RT3DPOINT;
-  if (dx::dxf::isHandleCode(code) && code != 5 && code != 105 && code != 1005) return RTENAME;
+  // Handles of extended data travel as their text.
+  if (dx::dxf::isReferenceCode(code) && code != 1005) return RTENAME;
   switch (dx::dxf::kindOf(code)) {
     case dx::dxf::Kind::Double: return RTREAL;
     case dx::dxf::Kind::Int16: case dx::dxf::Kind::Bool: return RTSHORT;

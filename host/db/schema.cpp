@@ -267,6 +267,8 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
   bool bodySeen = false;
   int16_t restField = -1;  // a field of the current subclass taking every further group
   std::unordered_map<int, int> overwritten;
+  // The object a subclass's fields belong to.
+  auto target = [&](size_t si) -> DxDbObject& { return subs[si].part ? *subs[si].part(o, true) : o; };
 
   // Entity lists carry angles in radians; the object keeps the file's unit.
   InTag converted;
@@ -291,16 +293,16 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
     if (t.code == 100 || t.code == 101) {
       restField = -1;
       int found = -1;
-      if (t.code == 100)
-        for (int j = cur + 1; j < int(subs.size()); ++j)
-          if (subs[size_t(j)].matches(t.text)) {
-            found = j;
-            break;
-          }
+      for (int j = cur + 1; j < int(subs.size()); ++j)
+        if (subs[size_t(j)].markerCode == t.code && subs[size_t(j)].matches(t.text)) {
+          found = j;
+          break;
+        }
       if (found >= 0) {
         cur = found;
         lastField = -1;
         unknown = false;
+        if (subs[size_t(cur)].part) subs[size_t(cur)].part(o, true);
         continue;
       }
       // A subclass the host does not model: kept whole up to the next known marker.
@@ -315,7 +317,7 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
     if (restField >= 0) {
       const FieldDef& f = subs[size_t(cur)].fields[size_t(restField)];
       ctx.firstHit = false;
-      f.set(o, inFileUnit(t, &f), ctx);
+      f.set(target(size_t(cur)), inFileUnit(t, &f), ctx);
       continue;
     }
     int si = cur, fi = -1;
@@ -333,10 +335,10 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
     if (fi < 0 && here < 0) {
       // Without subclass markers (older files, entity lists) any subclass may take the
       // group; with them, an earlier one may (some writers put text groups of an
-      // attribute after its attribute marker).
-      size_t limit = (!markers || cur < 0) ? subs.size() : size_t(cur);
+      // attribute after its attribute marker), unless the groups are an embedded object's.
+      size_t limit = (!markers || cur < 0) ? subs.size() : subs[size_t(cur)].part ? 0 : size_t(cur);
       for (size_t j = 0; j < limit; ++j) {
-        int f = subs[j].indexOf(t.code);
+        int f = subs[j].part ? -1 : subs[j].indexOf(t.code);
         if (f >= 0 && subs[j].fields[size_t(f)].set &&
             (!filled[base(j) + size_t(f)] || subs[j].fields[size_t(f)].repeat)) {
           si = int(j);
@@ -346,14 +348,14 @@ void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& t
       }
       if (fi < 0 && ctx.fromEntityList)
         for (size_t j = 0; j < limit && fi < 0; ++j) {
-          int f = subs[j].indexOf(t.code);
+          int f = subs[j].part ? -1 : subs[j].indexOf(t.code);
           if (f >= 0 && subs[j].fields[size_t(f)].set) si = int(j), fi = f;
         }
     }
     if (fi >= 0) {
       const FieldDef& f = subs[size_t(si)].fields[size_t(fi)];
       ctx.firstHit = !filled[base(size_t(si)) + size_t(fi)];
-      f.set(o, inFileUnit(t, &f), ctx);
+      f.set(target(size_t(si)), inFileUnit(t, &f), ctx);
       filled[base(size_t(si)) + size_t(fi)] = 1;
       if (si == cur && f.code >= 0) lastField = int16_t(fi);
       if (si == cur && f.rest) restField = int16_t(fi);
@@ -414,13 +416,16 @@ void emitObject(const DxDbObject& o, Sink& out, bool withXData) {
   emitRuns(ex, out, -1, 0);
   for (size_t si = 0; si < sc->subclasses.size(); ++si) {
     const SubclassDef& s = sc->subclasses[si];
-    if (s.marker[0] && out.version >= s.minVer) out.str(100, s.markerFn ? s.markerFn(o) : s.marker);
+    const DxDbObject* of = &o;
+    if (s.part && (out.version < s.minVer || !(of = s.part(o, false)))) continue;
+    if (s.marker[0] && out.version >= s.minVer)
+      out.str(s.markerCode, s.markerFn ? s.markerFn(*of) : s.marker);
     emitRuns(ex, out, int(si), -1);
     for (size_t fi = 0; fi < s.fields.size(); ++fi) {
       const FieldDef& f = s.fields[fi];
-      if (out.version >= f.minVer && f.emit && !(f.isDefault && f.isDefault(o))) {
+      if (out.version >= f.minVer && f.emit && !(f.isDefault && f.isDefault(*of))) {
         out.anglesInDegrees = sc->inDegrees(&f);
-        f.emit(o, out, f.code);
+        f.emit(*of, out, f.code);
         out.anglesInDegrees = sc->inDegrees(nullptr);
       }
       emitRuns(ex, out, int(si), int(fi));

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -59,11 +60,26 @@ struct ExtraRun {
   std::vector<XTag> tags;
 };
 
+// An object of its own that another one carries inside (the multiline text of an
+// attribute): copied with its carrier, never in the database itself.
+struct CarriedObject {
+  std::unique_ptr<DxDbObject> obj;
+  CarriedObject() = default;
+  CarriedObject(const CarriedObject& o) : obj(o.obj ? o.obj->clone() : nullptr) {}
+  CarriedObject& operator=(const CarriedObject& o) {
+    obj.reset(o.obj ? o.obj->clone() : nullptr);
+    return *this;
+  }
+  CarriedObject(CarriedObject&&) = default;
+  CarriedObject& operator=(CarriedObject&&) = default;
+};
+
 struct ObjectExtras {
   std::vector<ExtraRun> runs;
   std::vector<XTag> xdata;  // from the first 1001 on
   DxDbObjectIdArray reactors;
-  bool empty() const { return runs.empty() && xdata.empty() && reactors.empty(); }
+  CarriedObject embedded;   // the object of a subclass with a part (see SubclassDef)
+  bool empty() const { return runs.empty() && xdata.empty() && reactors.empty() && !embedded.obj; }
   // Whether id is among the reactors. Long lists (an image definition with a reactor per
   // image) are looked up in an index, rebuilt whenever the list changed behind its back.
   bool hasReactor(DxDbObjectId id);
@@ -124,6 +140,7 @@ struct FieldDef {
 
 struct SubclassDef {
   const char* marker = "";   // "" for groups before any subclass marker
+  int16_t markerCode = 100;  // 101 for an embedded object
   // Other markers the same subclass goes by, and which one an object writes (by state).
   std::vector<std::string_view> alts;
   const char* (*markerFn)(const DxDbObject& o) = nullptr;
@@ -134,6 +151,11 @@ struct SubclassDef {
     return false;
   }
   Ver minVer = Ver::R14;     // markers appear from R13 on
+  // A subclass whose fields belong to an object the object carries (an embedded
+  // multiline text): the carried object, made on its marker when make is set, null when
+  // there is none (then the subclass is not written). Such a subclass is written from
+  // minVer on, and only its marker opens it.
+  DxDbObject* (*part)(const DxDbObject& o, bool make) = nullptr;
   std::vector<FieldDef> fields;
   std::array<int16_t, 1072> byCode{};  // code -> field index + 1 (0: none)
   int16_t catchAll = -1;
@@ -265,9 +287,6 @@ DxDbSymbolTable* makeTable(Table t);
 // One kept group as a result buffer and back.
 resbuf* resbufFromXTag(const XTag& t);
 XTag xtagFromResbuf(const resbuf* rb);
-
-// Codes whose value refers to another object (not the object's own handle).
-inline bool isRefCode(int code) { return dxf::isHandleCode(code) && code != 5 && code != 105; }
 
 // Case-insensitive upper-case key of a symbol name (ASCII letters only, as CAD does).
 std::string upperKey(std::string_view s);

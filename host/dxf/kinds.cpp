@@ -44,14 +44,4 @@ Kind kindOf(int code) {
   return code >= 0 && code < kTableSize ? kKinds[code] : Kind::String;
 }
 
-bool isHandleCode(int code) {
-  return code == 5 || code == 105 || (code >= 330 && code <= 369) ||
-         (code >= 390 && code <= 399) || code == 480 || code == 481 || code == 1005;
-}
-
-bool isPointCode(int code) {
-  return (code >= 10 && code <= 18) || (code >= 110 && code <= 112) || code == 210 ||
-         (code >= 1010 && code <= 1013);
-}
-
 }  // namespace dx::dxf

@@ -22,15 +22,23 @@ enum class Kind : uint8_t {
 };
 Kind kindOf(int code);
 // Codes whose string value is a handle reference (330-369, 390-399, 480-481, 1005) or
-// the object's own handle (5, 105).
-bool isHandleCode(int code);
+// the object's own handle (5, 105). Inline: the reader asks it of every group.
+constexpr bool isHandleCode(int code) {
+  return code == 5 || code == 105 || (code >= 330 && code <= 369) ||
+         (code >= 390 && code <= 399) || code == 480 || code == 481 || code == 1005;
+}
+// Handle codes that refer to another object (not the object's own handle).
+constexpr bool isReferenceCode(int code) { return isHandleCode(code) && code != 5 && code != 105; }
 // Codes of angles (50-58): degrees in files unless a class says otherwise.
 inline bool isAngleCode(int code) { return code >= 50 && code <= 58; }
 // Input quoted in a message: its first line, at most 40 characters, anything but
 // printable ASCII as '?', so that the message stays one clean line whatever the file holds.
 std::string quoted(std::string_view in);
 // The x code of a point (10-18, 110-112, 210, 1010-1013): the y and z codes are +10, +20.
-bool isPointCode(int code);
+constexpr bool isPointCode(int code) {
+  return (code >= 10 && code <= 18) || (code >= 110 && code <= 112) || code == 210 ||
+         (code >= 1010 && code <= 1013);
+}
 
 struct Tag {
   int code = 0;

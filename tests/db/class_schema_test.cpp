@@ -25,6 +25,7 @@ struct ClassCase {
   const char* section;  // ENTITIES or OBJECTS
   const char* groups;   // the object as the file holds it, "code=value" a line, handle A0
   DxDbDwgVersion since = DxDb::kDHL_1014;
+  const char* label = nullptr;  // test name of a second case of the same class
 };
 
 using Pairs = std::vector<std::pair<int, std::string>>;
@@ -43,9 +44,8 @@ Pairs parsePairs(const std::string& text) {
 
 // Values compare as the numbers they are, written text as text.
 std::string normal(int code, const std::string& v) {
-  bool real =
-      (code >= 10 && code < 60) || (code >= 110 && code < 150) || (code >= 210 && code < 240);
-  if (!real) return v;
+  int type = dxutGroupCodeType(code);
+  if (type != RTREAL && type != RT3DPOINT && type != RTPOINT) return v;
   char buf[40];
   std::snprintf(buf, sizeof buf, "%.10g", std::strtod(v.c_str(), nullptr));
   return buf;
@@ -216,6 +216,12 @@ std::string entity(const char* name, const std::string& own) {
   return std::string("0=") + name + "\n5=A0\n330=1F\n" + kEntity + own;
 }
 
+// An attribute definition that carries a multiline text after its own groups.
+const char* const kMultilineAttdef =
+    "100=AcDbText\n10=0\n20=0\n30=0\n40=1\n1=Room\n100=AcDbAttributeDefinition\n3=Name\n"
+    "2=ROOM\n70=0\n71=2\n72=0\n101=Embedded Object\n10=0\n20=1\n30=0\n40=0.5\n41=8\n46=0\n"
+    "71=1\n72=5\n1=Room\\Ptwo lines\n50=0.5\n";
+
 std::vector<ClassCase> entityCases() {
   static std::vector<std::string> texts;
   std::vector<std::pair<const char*, std::string>> own = {
@@ -249,11 +255,13 @@ std::vector<ClassCase> entityCases() {
        "10=0\n20=0\n30=0\n10=5\n20=5\n30=0\n10=10\n20=0\n30=0\n"},
   };
   std::vector<ClassCase> cases;
-  texts.reserve(own.size());
+  texts.reserve(own.size() + 1);
   for (auto& [name, body] : own) {
     texts.push_back(entity(name, body));
     cases.push_back({name, "ENTITIES", texts.back().c_str()});
   }
+  texts.push_back(entity("ATTDEF", kMultilineAttdef));
+  cases.push_back({"ATTDEF", "ENTITIES", texts.back().c_str(), DxDb::kDHL_1021, "MultilineATTDEF"});
   return cases;
 }
 
@@ -348,7 +356,58 @@ TEST(HatchBoundary, ABoundaryThatDoesNotReadIsKeptAndNotChanged) {
   EXPECT_EQ(d.save(DxDb::kDHL_1032), file);
 }
 
-std::string caseName(const testing::TestParamInfo<ClassCase>& info) { return info.param.name; }
+// A multiline attribute: its text is a multiline text of its own, which older versions
+// cannot hold (there it is the attribute's one line), and a changed list changes it.
+TEST(MultilineAttribute, CarriesItsOwnMultilineText) {
+  std::string text =
+      "0=INSERT\n5=A1\n330=1F\n100=AcDbEntity\n8=0\n100=AcDbBlockReference\n66=1\n2=TAGS\n"
+      "10=5\n20=5\n30=0\n" +
+      std::string(entity("ATTRIB", kMultilineAttdef)) + "0=SEQEND\n5=A2\n330=A1\n" + kEntity;
+  const std::string definition = "100=AcDbAttributeDefinition\n3=Name\n";
+  text.replace(text.find(definition), definition.size(), "100=AcDbAttribute\n");
+  Loaded d(drawing({"ATTRIB", "ENTITIES", text.c_str()}));
+  ASSERT_EQ(d.status, Dxad::eOk) << d.db->lastError();
+  dx_name n;
+  DxDbObjectId id;
+  ASSERT_TRUE(d.name(n));
+  ASSERT_EQ(dxdbGetObjectId(id, n), Dxad::eOk);
+  auto multiline = [&](const char* contents, double width) {
+    DxDbAttribute* a = nullptr;
+    ASSERT_EQ(dxdbOpenObject(a, id, DxDb::kForRead), Dxad::eOk);
+    ASSERT_TRUE(a->isMTextAttribute());
+    std::unique_ptr<DxDbMText> m(a->getMTextAttribute());
+    a->close();
+    EXPECT_EQ(m->contents(), contents);
+    EXPECT_EQ(m->width(), width);
+    EXPECT_EQ(m->location(), DxGePoint3d(0, 1, 0));
+    EXPECT_DOUBLE_EQ(m->rotation(), 0.5);  // radians, as multiline texts keep it
+  };
+  multiline("Room\\Ptwo lines", 8);
+
+  Rb list(dxdbEntGet(n));
+  for (resbuf* rb = list.get(); rb; rb = rb->rbnext)
+    if (rb->restype == 1 && std::string(rb->resval.rstring) == "Room\\Ptwo lines") {
+      std::free(rb->resval.rstring);
+      rb->resval.rstring = strdup("Hall");
+    }
+  ASSERT_EQ(dxdbEntMod(list.get()), RTNORM);
+  multiline("Hall", 8);
+
+  Loaded old(d.save(DxDb::kDHL_1015));
+  ASSERT_EQ(old.status, Dxad::eOk) << old.db->lastError();
+  EXPECT_EQ(old.list().find("101="), std::string::npos);
+  ASSERT_TRUE(old.name(n));
+  ASSERT_EQ(dxdbGetObjectId(id, n), Dxad::eOk);
+  DxDbAttribute* a = nullptr;
+  ASSERT_EQ(dxdbOpenObject(a, id, DxDb::kForRead), Dxad::eOk);
+  EXPECT_FALSE(a->isMTextAttribute());
+  EXPECT_STREQ(a->textString(), "Room");
+  a->close();
+}
+
+std::string caseName(const testing::TestParamInfo<ClassCase>& info) {
+  return info.param.label ? info.param.label : info.param.name;
+}
 
 INSTANTIATE_TEST_SUITE_P(Entities, ClassSchema, testing::ValuesIn(entityCases()), caseName);
 INSTANTIATE_TEST_SUITE_P(Objects, ClassSchema, testing::ValuesIn(objectCases()), caseName);

@@ -218,6 +218,23 @@ TEST(Tables, BlockReferencesAreFoundInEveryBlock) {
   r->close();
   std::set<DxDbObjectId> got(refs.begin(), refs.end());
   EXPECT_EQ(got, (std::set<DxDbObjectId>{nested, top}));
+
+  // The table entry of a block: its BLOCK entity's groups and its first entity; a path
+  // only for an external reference.
+  Rb entry(dxdbTblSearch("BLOCK", "outer"));
+  ASSERT_TRUE(entry);
+  std::ostringstream shown;
+  for (resbuf* rb = entry.get(); rb; rb = rb->rbnext) shown << rb->restype << ' ';
+  EXPECT_EQ(shown.str(), "-1 0 2 70 10 -2 ");
+  EXPECT_STREQ(find(entry.get(), 2)->resval.rstring, "OUTER");
+  DxDbObjectId first;
+  ASSERT_EQ(dxdbGetObjectId(first, find(entry.get(), -2)->resval.rlname), Dxad::eOk);
+  EXPECT_EQ(first, nested);
+  ASSERT_EQ(dxdbOpenObject(r, outerId, DxDb::kForWrite), Dxad::eOk);
+  r->setPathName("/plans/outer.dxf");
+  r->close();
+  entry.reset(dxdbTblSearch("BLOCK", "OUTER"));
+  EXPECT_STREQ(find(entry.get(), 1)->resval.rstring, "/plans/outer.dxf");
 }
 
 TEST(Tables, ExplodedPiecesBringTheirVerticesAndAttributes) {
@@ -488,6 +505,34 @@ TEST(EntityLists, WalkVisitsAttributesAndEndMarkerAfterTheirInsert) {
   EXPECT_EQ(lastId, refId);
   ASSERT_EQ(dxdbEntDel(pn), RTNORM);
   EXPECT_FALSE(after.isErased());
+
+  // An erased end marker: the file still closes the attributes, and they read back.
+  DxDbBlockReference* rr = nullptr;
+  ASSERT_EQ(dxdbOpenObject(rr, refId, DxDb::kForRead), Dxad::eOk);
+  DxDbObjectIdArray atts = rr->attributeIds();
+  rr->close();
+  dx_name en;
+  ASSERT_EQ(dxdbEntNext(nullptr, en), RTNORM);
+  for (int i = 0; i < 4; ++i) ASSERT_EQ(dxdbEntNext(en, en), RTNORM);  // LINE INSERT A B SEQEND
+  ASSERT_STREQ(find(Rb(dxdbEntGet(en)).get(), 0)->resval.rstring, "SEQEND");
+  ASSERT_EQ(dxdbEntDel(en), RTNORM);
+  std::string text = d.dxf();
+  size_t lastTag = text.find("  2\nB\n");
+  ASSERT_NE(lastTag, std::string::npos);
+  EXPECT_LT(text.find("SEQEND", lastTag), text.find("POINT", lastTag));
+  DxDbDatabase back(false);
+  ASSERT_EQ(back.readDxfFromBuffer(text), Dxad::eOk) << back.lastError();
+  dxdbHostApplicationServices()->setWorkingDatabase(&back);
+  dx_name bn;
+  ASSERT_EQ(dxdbEntNext(nullptr, bn), RTNORM);
+  ASSERT_EQ(dxdbEntNext(bn, bn), RTNORM);
+  DxDbObjectId backRef;
+  ASSERT_EQ(dxdbGetObjectId(backRef, bn), Dxad::eOk);
+  DxDbBlockReference* br = nullptr;
+  ASSERT_EQ(dxdbOpenObject(br, backRef, DxDb::kForRead), Dxad::eOk);
+  EXPECT_EQ(br->attributeIds().size(), atts.size());
+  br->close();
+  dxdbHostApplicationServices()->setWorkingDatabase(d.db.get());
 }
 
 TEST(EntityLists, MadeUpAndStaleNamesAreRefused) {

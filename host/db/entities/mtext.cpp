@@ -15,11 +15,9 @@ namespace dx::db {
 
 template <>
 struct Access::Schemas<DxDbMText> {
-  static void define() {
-    {
-      using M = DxDbMText;
-      ClassSchema* sc = entity<M>("MTEXT",
-                {sub("AcDbMText",
+  static SubclassDef own() {
+    using M = DxDbMText;
+    SubclassDef s = sub("AcDbMText",
                      {
                          req<&M::m_location>(10, "insert"),
                          req<&M::m_height>(40, "char_height"),
@@ -80,12 +78,19 @@ struct Access::Schemas<DxDbMText> {
                              "rotation"),
                          opt<&M::m_lsStyle, 1>(73, "line_spacing_style"),
                          opt<&M::m_lsFactor, 1>(44, "line_spacing_factor"),
-                     })});
-      // The file gives the rotation (and any other angle) of a multiline text in radians.
-      sc->angles = AngleUnit::Radians;
-    }
+                     });
+    // The file gives the rotation (and any other angle) of a multiline text in radians.
+    for (FieldDef& f : s.fields) f.angles = AngleUnit::Radians;
+    return s;
+  }
+
+  static void define() {
+    ClassSchema* sc = entity<DxDbMText>("MTEXT", {own()});
+    sc->angles = AngleUnit::Radians;
   }
 };
+
+SubclassDef mtextSubclass() { return Access::Schemas<DxDbMText>::own(); }
 
 void defineMTextSchemas() { Access::Schemas<DxDbMText>::define(); }
 

@@ -47,6 +47,33 @@ struct Access::Schemas<DxDbText> {
                            });
   }
 
+  // A multiline attribute or definition carries a multiline text of its own after the
+  // attribute's groups: the groups of a multiline text's subclass behind a 101 marker.
+  static SubclassDef embeddedText() {
+    SubclassDef s = mtextSubclass();
+    s.marker = "Embedded Object";
+    s.markerCode = 101;
+    s.minVer = Ver::R2007;  // multiline attributes came with AC1021
+    // Writers leave the direction out of an embedded text that runs along the x axis.
+    for (FieldDef& f : s.fields)
+      if (f.code == 11)
+        f.isDefault = [](const DxDbObject& o) {
+          const auto& m = Access::self<DxDbMText>(o);
+          return m.m_hasRotation || m.m_xdir == DxGeVector3d(1, 0, 0);
+        };
+    s.part = [](const DxDbObject& o, bool make) -> DxDbObject* {
+      auto& self = const_cast<DxDbObject&>(o);
+      if (!make) {
+        const ObjectExtras* ex = Access::extras(o);
+        return ex ? ex->embedded.obj.get() : nullptr;
+      }
+      auto& carried = Access::extrasMut(self).embedded.obj;
+      if (!carried) carried = std::make_unique<DxDbMText>();
+      return carried.get();
+    };
+    return s;
+  }
+
   static void define() {
     entity<DxDbText>("TEXT",
                      {textFirstSub(), sub("AcDbText", {opt<&DxDbText::m_vmode, 0>(73, "valign")})});
@@ -61,7 +88,8 @@ struct Access::Schemas<DxDbText> {
                            opt<&DxDbText::m_vmode, 0>(74, "valign"),
                            keep(71, "attribute_type"),
                            keep(72),
-                       })});
+                       }),
+                   embeddedText()});
     entity<DxDbAttribute>(
         "ATTRIB",
         {textFirstSub(),
@@ -72,7 +100,8 @@ struct Access::Schemas<DxDbText> {
                                   opt<&DxDbText::m_vmode, 0>(74, "valign"),
                                   keep(71, "attribute_type"),
                                   keep(72),
-                              })});
+                              }),
+         embeddedText()});
   }
 };
 
@@ -180,11 +209,7 @@ ErrorStatus DxDbAttributeDefinition::setPrompt(const char* p) {
   return Dxad::eOk;
 }
 bool DxDbAttributeDefinition::isMTextAttributeDefinition() const {
-  if (!m_extras) return false;
-  for (const auto& r : m_extras->runs)
-    for (const auto& t : r.tags)
-      if (t.code == 101) return true;
-  return false;
+  return m_extras && m_extras->embedded.obj;
 }
 
 ErrorStatus DxDbAttribute::setTag(const char* t) {
@@ -192,70 +217,16 @@ ErrorStatus DxDbAttribute::setTag(const char* t) {
   m_tag = t ? t : "";
   return Dxad::eOk;
 }
-bool DxDbAttribute::isMTextAttribute() const {
-  if (!m_extras) return false;
-  for (const auto& r : m_extras->runs)
-    for (const auto& t : r.tags)
-      if (t.code == 101) return true;
-  return false;
-}
+bool DxDbAttribute::isMTextAttribute() const { return m_extras && m_extras->embedded.obj; }
 DxDbMText* DxDbAttribute::getMTextAttribute() const {
   if (!isMTextAttribute()) return nullptr;
-  // The embedded object carries the multiline text's groups after its 101 marker.
-  auto* mt = new DxDbMText();
+  auto* mt = static_cast<DxDbMText*>(m_extras->embedded.obj->clone());
   auto& m = Access::self<DxDbMText>(*mt);
   m.setPropertiesFrom(this);
-  m.m_style = m_style;
-  m.m_height = m_height;
-  m.m_location = m_pos;
-  std::string contents;
-  bool in = false;
-  for (const auto& r : m_extras->runs)
-    for (const auto& t : r.tags) {
-      if (t.code == 101) {
-        in = true;
-        continue;
-      }
-      if (!in) continue;
-      switch (t.code) {
-        case 10:
-          m.m_location = {t.v[0], t.v[1], t.v[2]};
-          break;
-        case 40:
-          m.m_height = t.v[0];
-          break;
-        case 41:
-          m.m_width = t.v[0];
-          break;
-        case 71:
-          m.m_attach = int16_t(t.i);
-          break;
-        case 72:
-          m.m_flow = int16_t(t.i);
-          break;
-        case 3:
-          contents += t.s;
-          break;
-        case 1:
-          contents += t.s;
-          break;
-        case 11:
-          m.m_xdir = DxGeVector3d(t.v[0], t.v[1], t.v[2]);
-          break;
-        case 210:
-          m.m_normal = DxGeVector3d(t.v[0], t.v[1], t.v[2]);
-          break;
-        case 44:
-          m.m_lsFactor = t.v[0];
-          break;
-        case 73:
-          m.m_lsStyle = int16_t(t.i);
-          break;
-        default:
-          break;
-      }
-    }
-  m.m_contents = contents.empty() ? m_text : contents;
+  // What the embedded text leaves out, the attribute says.
+  if (m.m_style.isNull()) m.m_style = m_style;
+  if (m.m_height <= 0) m.m_height = m_height;
+  if (m.m_contents.empty()) m.m_contents = m_text;
   return mt;
 }
 ErrorStatus DxDbAttribute::setAttributeFromBlock(const DxDbAttributeDefinition* def,

@@ -46,7 +46,7 @@ struct Access::Schemas<DxDbDimStyleTableRecord> {
                                               [](const DxDbObject& o, Sink& out, int) {
                                                 for (const auto& v : Access::self<D>(o).m_vars) {
                                                   auto k = dx::dxf::kindOf(v.code);
-                                                  if (isRefCode(v.code))
+                                                  if (dx::dxf::isReferenceCode(v.code))
                                                     out.ref(v.code, v.id);
                                                   else if (k == dx::dxf::Kind::Double)
                                                     out.real(v.code, v.real);
