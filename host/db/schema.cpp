@@ -239,141 +239,191 @@ static void overwriteKept(DxDbObject& o, const InTag& t, int n) {
       }
 }
 
-void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& tags,
-               LoadContext& ctx, bool keepExtras) {
-  const auto& subs = sc.subclasses;
-  bool markers = std::any_of(tags.begin(), tags.end(), [](const InTag& t) { return t.code == 100; });
-  // Filled flags per subclass and field.
-  // Filled flags per subclass and field; classes have a few dozen fields at most, so
-  // the common case needs no allocation per object.
-  size_t total = 0;
-  std::array<uint16_t, 16> baseSmall{};
-  std::vector<size_t> baseBig;
-  bool small = subs.size() <= baseSmall.size();
-  if (!small) baseBig.resize(subs.size());
-  for (size_t i = 0; i < subs.size(); ++i) {
-    if (small) baseSmall[i] = uint16_t(total);
-    else baseBig[i] = total;
-    total += subs[i].fields.size();
-  }
-  auto base = [&](size_t i) { return small ? size_t(baseSmall[i]) : baseBig[i]; };
-  std::array<uint8_t, 256> filledSmall{};
-  std::vector<uint8_t> filledBig(total > filledSmall.size() ? total : 0, 0);
-  uint8_t* filled = total > filledSmall.size() ? filledBig.data() : filledSmall.data();
-  RunBuilder runs{nullptr, &o};
-  int cur = subs.empty() ? -1 : (subs[0].marker[0] == 0 ? 0 : -1);
-  int16_t lastField = -1;
-  bool unknown = false;
-  bool bodySeen = false;
-  int16_t restField = -1;  // a field of the current subclass taking every further group
-  std::unordered_map<int, int> overwritten;
-  // The object a subclass's fields belong to.
-  auto target = [&](size_t si) -> DxDbObject& { return subs[si].part ? *subs[si].part(o, true) : o; };
+namespace {
 
-  // Entity lists carry angles in radians; the object keeps the file's unit.
-  InTag converted;
-  auto inFileUnit = [&](const InTag& t, const FieldDef* f) -> const InTag& {
-    if (!ctx.fromEntityList || !dxf::isAngleCode(t.code) || t.dims || t.kind != dxf::Kind::Double ||
-        !sc.inDegrees(f))
-      return t;
-    converted = t;
-    converted.real = listAngleToDegrees(t.real);
-    return converted;
-  };
-  for (size_t k = 0; k < tags.size(); ++k) {
-    const InTag& t = tags[k];
-    if (t.code >= 1000) {
-      if (keepExtras) {
-        auto& xd = Access::extrasMut(o).xdata;
-        xd.clear();
-        for (size_t j = k; j < tags.size(); ++j) xd.push_back(XTag::from(tags[j]));
+// Applies one object's groups in file order: each goes to the field that takes it or is
+// kept where it stands.
+class GroupApplier {
+ public:
+  GroupApplier(DxDbObject& o, const ClassSchema& sc, LoadContext& ctx, bool keepExtras)
+      : m_o(o), m_sc(sc), m_subs(sc.subclasses), m_ctx(ctx), m_keepExtras(keepExtras) {
+    // Filled flags per subclass and field; classes have a few dozen fields at most, so
+    // the common case needs no allocation per object.
+    size_t total = 0;
+    m_small = m_subs.size() <= m_baseSmall.size();
+    if (!m_small) m_baseBig.resize(m_subs.size());
+    for (size_t i = 0; i < m_subs.size(); ++i) {
+      if (m_small) m_baseSmall[i] = uint16_t(total);
+      else m_baseBig[i] = total;
+      total += m_subs[i].fields.size();
+    }
+    if (total > m_filledSmall.size()) m_filledBig.resize(total, 0);
+    m_filled = total > m_filledSmall.size() ? m_filledBig.data() : m_filledSmall.data();
+    m_cur = m_subs.empty() ? -1 : (m_subs[0].marker[0] == 0 ? 0 : -1);
+  }
+
+  void apply(const std::vector<InTag>& tags) {
+    m_markers = std::any_of(tags.begin(), tags.end(), [](const InTag& t) { return t.code == 100; });
+    for (size_t k = 0; k < tags.size(); ++k) {
+      const InTag& t = tags[k];
+      if (t.code >= 1000) {
+        keepXData(tags, k);
+        break;
       }
-      break;
+      if (t.code == 100 || t.code == 101) marker(t);
+      else if (m_unknown) keepAtEnd(t);
+      else if (m_restField >= 0) setRest(t);
+      else group(t);
     }
-    if (t.code == 100 || t.code == 101) {
-      restField = -1;
-      int found = -1;
-      for (int j = cur + 1; j < int(subs.size()); ++j)
-        if (subs[size_t(j)].markerCode == t.code && subs[size_t(j)].matches(t.text)) {
-          found = j;
-          break;
-        }
-      if (found >= 0) {
-        cur = found;
-        lastField = -1;
-        unknown = false;
-        if (subs[size_t(cur)].part) subs[size_t(cur)].part(o, true);
-        continue;
+    if (m_sc.afterLoad) m_sc.afterLoad(m_o, m_ctx);
+  }
+
+ private:
+  void keepXData(const std::vector<InTag>& tags, size_t from) {
+    if (!m_keepExtras) return;
+    auto& xd = Access::extrasMut(m_o).xdata;
+    xd.clear();
+    for (size_t j = from; j < tags.size(); ++j) xd.push_back(XTag::from(tags[j]));
+  }
+
+  // A subclass marker: the next subclass of that name, or one the host does not model,
+  // which is kept whole up to the next known marker.
+  void marker(const InTag& t) {
+    m_restField = -1;
+    for (int j = m_cur + 1; j < int(m_subs.size()); ++j)
+      if (m_subs[size_t(j)].markerCode == t.code && m_subs[size_t(j)].matches(t.text)) {
+        m_cur = j;
+        m_lastField = -1;
+        m_unknown = false;
+        if (m_subs[size_t(j)].part) m_subs[size_t(j)].part(m_o, true);
+        return;
       }
-      // A subclass the host does not model: kept whole up to the next known marker.
-      unknown = true;
-      if (keepExtras) runs.add(inFileUnit(t, nullptr), int16_t(cur), int16_t(cur >= 0 ? subs[size_t(cur)].fields.size() : 0));
-      continue;
-    }
-    if (unknown) {
-      if (keepExtras) runs.add(inFileUnit(t, nullptr), int16_t(cur), int16_t(cur >= 0 ? subs[size_t(cur)].fields.size() : 0));
-      continue;
-    }
-    if (restField >= 0) {
-      const FieldDef& f = subs[size_t(cur)].fields[size_t(restField)];
-      ctx.firstHit = false;
-      f.set(target(size_t(cur)), inFileUnit(t, &f), ctx);
-      continue;
-    }
-    int si = cur, fi = -1;
-    int here = cur >= 0 ? subs[size_t(cur)].indexOf(t.code) : -1;
-    if (here >= 0 && !subs[size_t(cur)].fields[size_t(here)].set) {
+    m_unknown = true;
+    keepAtEnd(t);
+  }
+
+  void keepAtEnd(const InTag& t) {
+    if (m_keepExtras)
+      m_runs.add(inFileUnit(t, nullptr), int16_t(m_cur),
+                 int16_t(m_cur >= 0 ? m_subs[size_t(m_cur)].fields.size() : 0));
+  }
+
+  void setRest(const InTag& t) {
+    const FieldDef& f = m_subs[size_t(m_cur)].fields[size_t(m_restField)];
+    m_ctx.firstHit = false;
+    f.set(target(size_t(m_cur)), inFileUnit(t, &f), m_ctx);
+  }
+
+  // A group of the object's body.
+  void group(const InTag& t) {
+    int here = m_cur >= 0 ? m_subs[size_t(m_cur)].indexOf(t.code) : -1;
+    if (here >= 0 && !m_subs[size_t(m_cur)].fields[size_t(here)].set) {
       // A group this subclass keeps as it is, in its place.
-      lastField = int16_t(here);
-      if (keepExtras) runs.add(inFileUnit(t, &subs[size_t(cur)].fields[size_t(here)]), int16_t(cur), lastField);
-      continue;
+      m_lastField = int16_t(here);
+      if (m_keepExtras)
+        m_runs.add(inFileUnit(t, &m_subs[size_t(m_cur)].fields[size_t(here)]), int16_t(m_cur), m_lastField);
+      return;
     }
-    if (here >= 0 && (!filled[base(size_t(cur)) + size_t(here)] || subs[size_t(cur)].fields[size_t(here)].repeat))
+    int si = m_cur, fi = -1;
+    if (here >= 0 && (!filled(size_t(m_cur), here) || m_subs[size_t(m_cur)].fields[size_t(here)].repeat))
       fi = here;
     // In an entity list a group given twice changes the field twice: the last one holds.
-    if (here >= 0 && fi < 0 && ctx.fromEntityList) fi = here;
-    if (fi < 0 && here < 0) {
-      // Without subclass markers (older files, entity lists) any subclass may take the
-      // group; with them, an earlier one may (some writers put text groups of an
-      // attribute after its attribute marker), unless the groups are an embedded object's.
-      size_t limit = (!markers || cur < 0) ? subs.size() : subs[size_t(cur)].part ? 0 : size_t(cur);
-      for (size_t j = 0; j < limit; ++j) {
-        int f = subs[j].part ? -1 : subs[j].indexOf(t.code);
-        if (f >= 0 && subs[j].fields[size_t(f)].set &&
-            (!filled[base(j) + size_t(f)] || subs[j].fields[size_t(f)].repeat)) {
-          si = int(j);
-          fi = f;
-          break;
-        }
+    if (here >= 0 && fi < 0 && m_ctx.fromEntityList) fi = here;
+    if (fi < 0 && here < 0) fieldElsewhere(t.code, si, fi);
+    if (fi >= 0) set(si, fi, t);
+    else keepInPlace(t);
+  }
+
+  // Without subclass markers (older files, entity lists) any subclass may take a group;
+  // with them, an earlier one may (some writers put text groups of an attribute after
+  // its attribute marker), unless the groups are an embedded object's.
+  void fieldElsewhere(int code, int& si, int& fi) const {
+    size_t limit = (!m_markers || m_cur < 0)          ? m_subs.size()
+                   : m_subs[size_t(m_cur)].part ? 0 : size_t(m_cur);
+    for (size_t j = 0; j < limit; ++j) {
+      int f = m_subs[j].part ? -1 : m_subs[j].indexOf(code);
+      if (f >= 0 && m_subs[j].fields[size_t(f)].set && (!filled(j, f) || m_subs[j].fields[size_t(f)].repeat)) {
+        si = int(j);
+        fi = f;
+        return;
       }
-      if (fi < 0 && ctx.fromEntityList)
-        for (size_t j = 0; j < limit && fi < 0; ++j) {
-          int f = subs[j].part ? -1 : subs[j].indexOf(t.code);
-          if (f >= 0 && subs[j].fields[size_t(f)].set) si = int(j), fi = f;
-        }
     }
-    if (fi >= 0) {
-      const FieldDef& f = subs[size_t(si)].fields[size_t(fi)];
-      ctx.firstHit = !filled[base(size_t(si)) + size_t(fi)];
-      f.set(target(size_t(si)), inFileUnit(t, &f), ctx);
-      filled[base(size_t(si)) + size_t(fi)] = 1;
-      if (si == cur && f.code >= 0) lastField = int16_t(fi);
-      if (si == cur && f.rest) restField = int16_t(fi);
-      continue;
+    if (!m_ctx.fromEntityList) return;
+    for (size_t j = 0; j < limit && fi < 0; ++j) {
+      int f = m_subs[j].part ? -1 : m_subs[j].indexOf(code);
+      if (f >= 0 && m_subs[j].fields[size_t(f)].set) si = int(j), fi = f;
     }
-    if (!keepExtras && ctx.fromEntityList) {
-      // A changed list may change kept groups too: the n-th group of a code replaces the
-      // n-th kept one (links and markers stay the host's).
+  }
+
+  void set(int si, int fi, const InTag& t) {
+    const FieldDef& f = m_subs[size_t(si)].fields[size_t(fi)];
+    uint8_t& done = m_filled[base(size_t(si)) + size_t(fi)];
+    m_ctx.firstHit = !done;
+    f.set(target(size_t(si)), inFileUnit(t, &f), m_ctx);
+    done = 1;
+    if (si == m_cur && f.code >= 0) m_lastField = int16_t(fi);
+    if (si == m_cur && f.rest) m_restField = int16_t(fi);
+  }
+
+  // A group no field takes: kept after the field before it. In an entity list given
+  // back, it replaces the kept group it stands for.
+  void keepInPlace(const InTag& t) {
+    if (!m_keepExtras && m_ctx.fromEntityList) {
+      // The n-th group of a code replaces the n-th kept one (links and markers stay the
+      // host's).
       if (t.code != 100 && t.code != 101 && t.code != 102 && t.code != 330 && t.code != 360 && t.code != 5)
-        overwriteKept(o, inFileUnit(t, nullptr), overwritten[t.code]++);
-      continue;
+        overwriteKept(m_o, inFileUnit(t, nullptr), m_overwritten[t.code]++);
+      return;
     }
     // Before any subclass: application groups stay ahead of the owner, the rest after it.
-    if (keepExtras)
-      runs.add(inFileUnit(t, nullptr), int16_t(cur), cur >= 0 ? lastField : int16_t(t.code == 102 && !bodySeen ? -1 : 0));
-    if (cur < 0 && t.code != 102) bodySeen = true;
+    if (m_keepExtras)
+      m_runs.add(inFileUnit(t, nullptr), int16_t(m_cur),
+                 m_cur >= 0 ? m_lastField : int16_t(t.code == 102 && !m_bodySeen ? -1 : 0));
+    if (m_cur < 0 && t.code != 102) m_bodySeen = true;
   }
-  if (sc.afterLoad) sc.afterLoad(o, ctx);
+
+  // Entity lists carry angles in radians; the object keeps the file's unit.
+  const InTag& inFileUnit(const InTag& t, const FieldDef* f) {
+    if (!m_ctx.fromEntityList || !dxf::isAngleCode(t.code) || t.dims || t.kind != dxf::Kind::Double ||
+        !m_sc.inDegrees(f))
+      return t;
+    m_converted = t;
+    m_converted.real = listAngleToDegrees(t.real);
+    return m_converted;
+  }
+
+  // The object a subclass's fields belong to.
+  DxDbObject& target(size_t si) { return m_subs[si].part ? *m_subs[si].part(m_o, true) : m_o; }
+  size_t base(size_t i) const { return m_small ? size_t(m_baseSmall[i]) : m_baseBig[i]; }
+  bool filled(size_t si, int fi) const { return m_filled[base(si) + size_t(fi)] != 0; }
+
+  DxDbObject& m_o;
+  const ClassSchema& m_sc;
+  const std::vector<SubclassDef>& m_subs;
+  LoadContext& m_ctx;
+  const bool m_keepExtras;
+  bool m_markers = false;
+  bool m_small = true;
+  std::array<uint16_t, 16> m_baseSmall{};
+  std::vector<size_t> m_baseBig;
+  std::array<uint8_t, 256> m_filledSmall{};
+  std::vector<uint8_t> m_filledBig;
+  uint8_t* m_filled = nullptr;
+  RunBuilder m_runs{nullptr, &m_o};
+  int m_cur = -1;
+  int16_t m_lastField = -1;
+  bool m_unknown = false;
+  bool m_bodySeen = false;
+  int16_t m_restField = -1;  // a field of the current subclass taking every further group
+  std::unordered_map<int, int> m_overwritten;
+  InTag m_converted;
+};
+
+}  // namespace
+
+void applyTags(DxDbObject& o, const ClassSchema& sc, const std::vector<InTag>& tags,
+               LoadContext& ctx, bool keepExtras) {
+  GroupApplier(o, sc, ctx, keepExtras).apply(tags);
 }
 
 // ---------------------------------------------------------------------------------------

@@ -13,6 +13,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -63,7 +64,8 @@ std::string drawing(const ClassCase& c) {
 // The groups of the object with handle A0.
 Pairs objectA0(const Pairs& all) {
   for (size_t i = 0; i + 1 < all.size(); ++i)
-    if (all[i].first == 0 && all[i + 1].first == 5 && all[i + 1].second == "A0") {
+    if (all[i].first == 0 && (all[i + 1].first == 5 || all[i + 1].first == 105) &&
+        all[i + 1].second == "A0") {
       Pairs obj{all[i]};
       for (size_t j = i + 1; j < all.size() && all[j].first != 0; ++j) obj.push_back(all[j]);
       return obj;
@@ -250,6 +252,15 @@ std::vector<ClassCase> entityCases() {
        "0\n"
        "75=1\n76=1\n52=0\n41=1\n77=0\n78=1\n53=45\n43=0\n44=0\n45=-2.2\n46=2.2\n79=0\n98=1\n10="
        "5\n20=5\n"},
+      {"INSERT", "100=AcDbBlockReference\n2=DOOR\n10=2\n20=2\n30=0\n41=2\n42=2\n43=2\n50=30\n"},
+      {"WIPEOUT",
+       "100=AcDbWipeout\n90=0\n10=0\n20=0\n30=0\n11=1\n21=0\n31=0\n12=0\n22=1\n32=0\n13=1\n"
+       "23=1\n340=0\n70=7\n280=1\n281=50\n282=50\n283=0\n360=0\n71=2\n91=2\n14=-0.5\n24=-0.5\n"
+       "14=0.5\n24=0.5\n290=0\n"},
+      {"DIMENSION",
+       "100=AcDbDimension\n280=0\n2=*D1\n10=0\n20=3\n30=0\n11=2.5\n21=3\n31=0\n70=32\n1=<>\n"
+       "3=Standard\n100=AcDbAlignedDimension\n13=0\n23=0\n33=0\n14=5\n24=0\n34=0\n"
+       "100=AcDbRotatedDimension\n"},
       {"SPLINE",
        "100=AcDbSpline\n70=8\n71=2\n72=6\n73=3\n74=0\n40=0\n40=0\n40=0\n40=1\n40=1\n40=1\n"
        "10=0\n20=0\n30=0\n10=5\n20=5\n30=0\n10=10\n20=0\n30=0\n"},
@@ -262,6 +273,60 @@ std::vector<ClassCase> entityCases() {
   }
   texts.push_back(entity("ATTDEF", kMultilineAttdef));
   cases.push_back({"ATTDEF", "ENTITIES", texts.back().c_str(), DxDb::kDHL_1021, "MultilineATTDEF"});
+  // Members of a sequence, after their owner A1 (and, for the end marker, the vertex).
+  const std::string polyline =
+      "0=POLYLINE\n5=A1\n330=1F\n" + std::string(kEntity) +
+      "100=AcDb2dPolyline\n66=1\n10=0\n20=0\n30=0\n70=1\n";
+  const std::string vertex = "100=AcDbVertex\n100=AcDb2dVertex\n10=3\n20=4\n30=0\n42=0.5\n70=0\n";
+  texts.push_back(polyline + entity("VERTEX", vertex) + "0=SEQEND\n5=A2\n330=A1\n" + kEntity);
+  cases.push_back({"VERTEX", "ENTITIES", texts.back().c_str()});
+  std::string secondVertex = entity("VERTEX", vertex);
+  secondVertex.replace(secondVertex.find("5=A0") + 2, 2, "A3");
+  texts.push_back(polyline + secondVertex + "0=SEQEND\n5=A0\n330=A1\n" + kEntity);
+  cases.push_back({"SEQEND", "ENTITIES", texts.back().c_str()});
+  std::string attrib = entity("ATTRIB", "100=AcDbText\n10=1\n20=1\n30=0\n40=1\n1=12\n"
+                                        "100=AcDbAttribute\n2=NO\n70=0\n");
+  texts.push_back("0=INSERT\n5=A1\n330=1F\n" + std::string(kEntity) +
+                  "100=AcDbBlockReference\n66=1\n2=TAG\n10=1\n20=1\n30=0\n" + attrib +
+                  "0=SEQEND\n5=A2\n330=A1\n" + kEntity);
+  cases.push_back({"ATTRIB", "ENTITIES", texts.back().c_str()});
+  return cases;
+}
+
+// Symbol table records, each in a table of its own kind.
+std::vector<ClassCase> tableCases() {
+  static std::vector<std::string> texts;
+  std::vector<std::tuple<const char*, const char*, std::string>> own = {
+      {"LAYER", "AcDbLayerTableRecord", "2=WALLS\n70=0\n62=1\n6=Continuous\n370=-3\n"},
+      {"LTYPE", "AcDbLinetypeTableRecord",
+       "2=DASHX\n70=0\n3=Dash __ __\n72=65\n73=2\n40=1.5\n49=1\n74=0\n49=-0.5\n74=0\n"},
+      {"STYLE", "AcDbTextStyleTableRecord",
+       "2=ROMANS\n70=0\n40=0\n41=0.8\n50=15\n71=0\n42=2.5\n3=romans.shx\n4=\n"},
+      {"APPID", "AcDbRegAppTableRecord", "2=MYAPP\n70=0\n"},
+      {"UCS", "AcDbUCSTableRecord",
+       "2=TILTED\n70=0\n10=1\n20=2\n30=0\n11=0\n21=1\n31=0\n12=-1\n22=0\n32=0\n"},
+      {"VIEW", "AcDbViewTableRecord",
+       "2=FRONT\n70=0\n40=10\n41=20\n10=5\n20=5\n11=0\n21=0\n31=1\n12=0\n22=0\n32=0\n42=50\n"
+       "43=0\n44=0\n50=0\n71=0\n281=0\n72=0\n146=0\n73=0\n"},
+      {"VPORT", "AcDbViewportTableRecord",
+       "2=WORK\n70=0\n10=0\n20=0\n11=1\n21=1\n12=3\n22=4\n13=0\n23=0\n14=0.5\n24=0.5\n15=0.5\n"
+       "25=0.5\n16=0\n26=0\n36=1\n17=0\n27=0\n37=0\n40=100\n41=1.34\n42=50\n43=0\n44=0\n50=0\n"
+       "51=0\n71=0\n72=1000\n73=1\n74=3\n75=0\n76=0\n77=0\n78=0\n281=0\n65=0\n146=0\n"},
+      {"BLOCK_RECORD", "AcDbBlockTableRecord", "2=DOOR\n70=0\n280=1\n281=0\n"},
+  };
+  std::vector<ClassCase> cases;
+  texts.reserve(own.size());
+  // Records name their line type, which comes first in a file.
+  const std::string linetypes =
+      "0=TABLE\n2=LTYPE\n5=B1\n330=0\n100=AcDbSymbolTable\n70=1\n0=LTYPE\n5=B2\n330=B1\n"
+      "100=AcDbSymbolTableRecord\n100=AcDbLinetypeTableRecord\n2=Continuous\n70=0\n3=Solid line\n"
+      "72=65\n73=0\n40=0\n0=ENDTAB\n";
+  for (auto& [name, marker, body] : own) {
+    texts.push_back((std::string(name) == "LTYPE" ? "" : linetypes) + "0=TABLE\n2=" + std::string(name) + "\n5=B0\n330=0\n100=AcDbSymbolTable\n70=1\n0=" + name +
+                    "\n5=A0\n330=B0\n100=AcDbSymbolTableRecord\n100=" + marker + "\n" + body +
+                    "0=ENDTAB\n");
+    cases.push_back({name, "TABLES", texts.back().c_str()});
+  }
   return cases;
 }
 
@@ -275,6 +340,12 @@ std::vector<ClassCase> objectCases() {
       {"XRECORD",
        "0=XRECORD\n5=A0\n330=C\n100=AcDbXrecord\n280=1\n1=text\n40=2.5\n10=1\n20=2\n30=3\n"},
       {"GROUP", "0=GROUP\n5=A0\n330=C\n100=AcDbGroup\n300=Doors\n70=0\n71=1\n"},
+      {"IMAGEDEF",
+       "0=IMAGEDEF\n5=A0\n330=C\n100=AcDbRasterImageDef\n90=0\n1=img.png\n10=640\n20=480\n"
+       "11=0.01\n21=0.01\n280=1\n281=0\n"},
+      {"RASTERVARIABLES",
+       "0=RASTERVARIABLES\n5=A0\n330=C\n100=AcDbRasterVariables\n90=0\n70=1\n71=1\n72=3\n"},
+      {"WIPEOUTVARIABLES", "0=WIPEOUTVARIABLES\n5=A0\n330=C\n100=AcDbWipeoutVariables\n70=1\n"},
   };
   std::vector<ClassCase> cases;
   texts.reserve(own.size());
@@ -411,5 +482,6 @@ std::string caseName(const testing::TestParamInfo<ClassCase>& info) {
 
 INSTANTIATE_TEST_SUITE_P(Entities, ClassSchema, testing::ValuesIn(entityCases()), caseName);
 INSTANTIATE_TEST_SUITE_P(Objects, ClassSchema, testing::ValuesIn(objectCases()), caseName);
+INSTANTIATE_TEST_SUITE_P(Tables, ClassSchema, testing::ValuesIn(tableCases()), caseName);
 
 }  // namespace

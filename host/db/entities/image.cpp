@@ -37,8 +37,11 @@ struct Access::Schemas<DxDbRasterImage> {
                                    }),
                            custom(
                                14, {},
-                               [](DxDbObject& o, const InTag& t, LoadContext&) {
-                                 Access::self<R>(o).m_clip.emplace_back(t.pt[0], t.pt[1]);
+                               [](DxDbObject& o, const InTag& t, LoadContext& ctx) {
+                                 // A list given back replaces the outline, never adds to it.
+                                 auto& clip = Access::self<R>(o).m_clip;
+                                 if (ctx.firstHit) clip.clear();
+                                 clip.emplace_back(t.pt[0], t.pt[1]);
                                },
                                [](const DxDbObject& o, Sink& out, int c) {
                                  for (const auto& p : Access::self<R>(o).m_clip) {

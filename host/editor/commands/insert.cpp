@@ -121,70 +121,63 @@ int askPlacement(Placement& p) {
   return RTNORM;
 }
 
-void cmdInsert() {
-  Session& s = session();
-  Document* doc = s.current();
-  if (!doc) return;
-  DxDbDatabase* d = doc->database();
+namespace {
+
+// Lists the names of the drawing's blocks that a user may insert.
+void listBlocks(DxDbDatabase* d) {
+  Opened<DxDbSymbolTable> table(d->blockTableId(), DxDb::kForRead);
+  if (!table) return;
+  for (auto id : table->recordIds()) {
+    std::string n = recordName(id);
+    if (!n.empty() && n[0] != '*') say("\n  \"" + n + "\"\n");
+  }
+}
+
+// The block to insert: by name or file, the last one by default ("?" lists them).
+DxDbObjectId askBlock(Document& doc) {
   std::string answer;
-  std::string def = doc->lastBlockName;
+  const std::string& def = doc.lastBlockName;
   if (askString("\nEnter block name or [?]" + (def.empty() ? std::string() : " <" + def + ">") + ": ",
                 answer) != RTNORM)
-    return;
+    return {};
   if (answer.empty()) answer = def;
-  if (answer.empty()) return;
+  if (answer.empty()) return {};
   if (answer == "?") {
-    Opened<DxDbSymbolTable> table(d->blockTableId(), DxDb::kForRead);
-    if (!table) return;
-    for (auto id : table->recordIds()) {
-      std::string n = recordName(id);
-      if (!n.empty() && n[0] != '*') say("\n  \"" + n + "\"\n");
-    }
-    return;
+    listBlocks(doc.database());
+    return {};
   }
   DxDbObjectId block = blockFor(answer);
-  if (block.isNull()) return;
-  std::string blockName = recordName(block);
-  doc->lastBlockName = blockName;
-  warnMissingCurrentLayer(d);
+  if (!block.isNull()) doc.lastBlockName = recordName(block);
+  return block;
+}
 
-  Placement place;
-  if (askPlacement(place) != RTNORM) return;
-  auto* ref = new DxDbBlockReference(ucsToWorld(place.at), block);
-  ref->setScaleFactors(place.scale);
-  ref->setRotation(place.rotation);
-  ref->setDatabaseDefaults(d);
-  // Attribute values are asked for before the reference goes into the drawing.
-  std::vector<std::pair<DxDbObjectId, std::string>> values;
-  {
-    Opened<DxDbBlockTableRecord> btr(block, DxDb::kForRead);
-    std::vector<DxDbObjectId> ents = btr ? btr->entityIds() : std::vector<DxDbObjectId>{};
-    btr.close();
-    bool ask = s.getInt("ATTREQ") != 0;
-    for (auto id : ents) {
-      Opened<DxDbAttributeDefinition> def(id, DxDb::kForRead);
-      if (!def || def->isConstant()) continue;
-      std::string value = def->textString();
-      if (ask && !def->isPreset()) {
-        std::string prompt = *def->prompt() ? def->prompt() : def->tag();
-        std::string typed;
-        def.close();
-        int rc = askString("\n" + prompt + " <" + value + ">: ", typed);
-        if (rc == RTCAN) {
-          delete ref;
-          return;
-        }
-        if (!typed.empty()) value = typed;
-      }
-      values.emplace_back(id, value);
+using AttributeValues = std::vector<std::pair<DxDbObjectId, std::string>>;
+
+// The value of each attribute the block defines (constant ones have none), asked for
+// when ATTREQ says so. RTCAN when the user cancels.
+int askAttributeValues(DxDbObjectId block, AttributeValues& values) {
+  Opened<DxDbBlockTableRecord> btr(block, DxDb::kForRead);
+  std::vector<DxDbObjectId> ents = btr ? btr->entityIds() : std::vector<DxDbObjectId>{};
+  btr.close();
+  bool ask = session().getInt("ATTREQ") != 0;
+  for (auto id : ents) {
+    Opened<DxDbAttributeDefinition> def(id, DxDb::kForRead);
+    if (!def || def->isConstant()) continue;
+    std::string value = def->textString();
+    if (ask && !def->isPreset()) {
+      std::string prompt = *def->prompt() ? def->prompt() : def->tag();
+      std::string typed;
+      def.close();
+      if (askString("\n" + prompt + " <" + value + ">: ", typed) == RTCAN) return RTCAN;
+      if (!typed.empty()) value = typed;
     }
+    values.emplace_back(id, value);
   }
-  DxDbObjectId refId = appendToCurrentSpace(ref, false);
-  if (refId.isNull()) {
-    say("\nThe block reference could not be added.\n");
-    return;
-  }
-  if (values.empty()) return;
+  return RTNORM;
+}
+
+// Gives the reference its attributes, placed as their definitions are in the block.
+void attachAttributes(DxDbObjectId refId, const AttributeValues& values) {
   Opened<DxDbBlockReference> r(refId, DxDb::kForWrite);
   if (!r) return;
   DxGeMatrix3d xf = r->blockTransform();
@@ -199,6 +192,31 @@ void cmdInsert() {
     if (r->appendAttribute(attId, att) == Dxad::eOk) att->close();
     else delete att;
   }
+}
+
+}  // namespace
+
+void cmdInsert() {
+  Document* doc = session().current();
+  if (!doc) return;
+  DxDbObjectId block = askBlock(*doc);
+  if (block.isNull()) return;
+  warnMissingCurrentLayer(doc->database());
+  Placement place;
+  if (askPlacement(place) != RTNORM) return;
+  // Attribute values are asked for before the reference goes into the drawing.
+  AttributeValues values;
+  if (askAttributeValues(block, values) == RTCAN) return;
+  auto* ref = new DxDbBlockReference(ucsToWorld(place.at), block);
+  ref->setScaleFactors(place.scale);
+  ref->setRotation(place.rotation);
+  ref->setDatabaseDefaults(doc->database());
+  DxDbObjectId refId = appendToCurrentSpace(ref, false);
+  if (refId.isNull()) {
+    say("\nThe block reference could not be added.\n");
+    return;
+  }
+  if (!values.empty()) attachAttributes(refId, values);
 }
 
 }  // namespace dx::ed::cmd

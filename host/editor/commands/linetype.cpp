@@ -38,6 +38,109 @@ DxDbObjectId shapeFileStyle(const std::string& file) {
 // Longer patterns are beyond the linetype format (and other programs refuse them).
 constexpr size_t kMostDashes = 12;
 
+namespace {
+
+std::string trimmedFront(const std::string& s) {
+  size_t first = s.find_first_not_of(' ');
+  return first == std::string::npos ? std::string() : s.substr(first);
+}
+
+// Splits at the commas that are outside brackets (a pattern line) or outside quotes (the
+// fields of an element).
+std::vector<std::string> splitAtCommas(const std::string& s, bool brackets) {
+  std::vector<std::string> parts(1);
+  int depth = 0;
+  bool quoted = false;
+  for (char c : s) {
+    if (brackets && c == '[') ++depth;
+    if (brackets && c == ']') --depth;
+    if (!brackets && c == '"') quoted = !quoted;
+    if (c == ',' && depth == 0 && !quoted) parts.emplace_back();
+    else parts.back() += c;
+  }
+  return parts;
+}
+
+// The "S=", "X=", "Y=" and rotation options of an element.
+void applyElementOptions(DxDbLinetypeTableRecord::Dash& d, const std::vector<std::string>& fields) {
+  for (size_t k = 2; k < fields.size(); ++k) {
+    const std::string& kv = fields[k];
+    size_t eq = kv.find('=');
+    if (eq == std::string::npos) continue;
+    std::string key = trimmedFront(upper(kv.substr(0, eq)));
+    double v = 0;
+    parseDistance(kv.substr(eq + 1), v);
+    if (key == "S") d.scale = v;
+    else if (key == "X") d.xOffset = v;
+    else if (key == "Y") d.yOffset = v;
+    else if (key == "R" || key == "U" || key == "A") {
+      double r;
+      if (parseAngle(kv.substr(eq + 1), 0, r)) d.rotationRad = r;
+      if (key == "A") d.shapeFlags |= 1;
+      if (key == "U") d.shapeFlags |= 8;
+    }
+  }
+}
+
+// A ["text",style,...] or [shape,file,...] element: it decorates the dash before it.
+void applyElement(LinDef& def, const std::string& element) {
+  if (def.dashes.empty()) return;
+  size_t close = element.rfind(']');
+  std::vector<std::string> fields =
+      splitAtCommas(element.substr(1, close == std::string::npos ? std::string::npos : close - 1), false);
+  auto& d = def.dashes.back();
+  if (fields[0].size() >= 2 && fields[0].front() == '"') {
+    d.shapeFlags = 2;
+    d.text = fields[0].substr(1, fields[0].size() - 2);
+    // Text in a style the drawing lacks is drawn in Standard, as a pattern
+    // pointing at no style would not load elsewhere.
+    std::string styleName = trimmedFront(fields.size() > 1 ? fields[1] : "Standard");
+    d.style = findRecord(db()->textStyleTableId(), styleName);
+    if (d.style.isNull()) d.style = findRecord(db()->textStyleTableId(), "Standard");
+  } else {
+    std::string file = trimmedFront(fields.size() > 1 ? fields[1] : "");
+    int number = 0;
+    if (!shapeNumber(file, trimmedFront(fields[0]), number, def.shapeProblem)) {
+      def.hasShapes = true;  // a shape that cannot be found is kept as a plain dash
+      return;
+    }
+    d.shapeFlags = 4;
+    d.shapeNumber = int16_t(number);
+    d.style = shapeFileStyle(file);
+  }
+  applyElementOptions(d, fields);
+}
+
+// The dashes and elements of an "A,..." line. False with a message when the definition
+// cannot be loaded.
+bool readPatternLine(LinDef& def, const std::string& line, std::string& problem) {
+  std::vector<std::string> parts = splitAtCommas(line, true);
+  if (!iequals(parts[0], "A")) return true;
+  for (size_t i = 1; i < parts.size(); ++i) {
+    std::string p = trimmedFront(parts[i]);
+    if (!p.empty() && p.front() == '[') {
+      applyElement(def, p);
+      continue;
+    }
+    double v;
+    if (!parseDistance(p, v)) {
+      problem = "\"" + p + "\" is not a dash length";
+      return false;
+    }
+    if (def.dashes.size() == kMostDashes) {
+      problem = "linetype \"" + def.name + "\" has more than " + std::to_string(kMostDashes) +
+                " dashes; it was not loaded";
+      return false;
+    }
+    DxDbLinetypeTableRecord::Dash d;
+    d.length = v;
+    def.dashes.push_back(d);
+  }
+  return true;
+}
+
+}  // namespace
+
 std::vector<LinDef> readLinFile(const std::string& path, std::string& error) {
   std::ifstream in(path);
   std::vector<LinDef> defs;
@@ -59,103 +162,11 @@ std::vector<LinDef> readLinFile(const std::string& path, std::string& error) {
       cur = &defs.back();
       continue;
     }
-    if (!cur) continue;
-    // Split at commas outside brackets.
-    std::vector<std::string> parts;
-    std::string part;
-    int depth = 0;
-    for (char c : line) {
-      if (c == '[') ++depth;
-      if (c == ']') --depth;
-      if (c == ',' && depth == 0) {
-        parts.push_back(part);
-        part.clear();
-      } else {
-        part += c;
-      }
-    }
-    parts.push_back(part);
-    if (parts.empty() || !iequals(parts[0], "A")) continue;
-    for (size_t i = 1; i < parts.size(); ++i) {
-      std::string p = parts[i];
-      while (!p.empty() && p.front() == ' ') p.erase(0, 1);
-      if (!p.empty() && p.front() == '[') {
-        if (cur->dashes.empty()) continue;
-        std::string body = p.substr(1, p.rfind(']') == std::string::npos ? std::string::npos : p.rfind(']') - 1);
-        std::vector<std::string> fields;
-        std::string f;
-        bool quoted = false;
-        for (char c : body) {
-          if (c == '"') quoted = !quoted;
-          if (c == ',' && !quoted) {
-            fields.push_back(f);
-            f.clear();
-          } else {
-            f += c;
-          }
-        }
-        fields.push_back(f);
-        auto& d = cur->dashes.back();
-        if (!fields.empty() && fields[0].size() >= 2 && fields[0].front() == '"') {
-          d.shapeFlags = 2;
-          d.text = fields[0].substr(1, fields[0].size() - 2);
-          // Text in a style the drawing lacks is drawn in Standard, as a pattern
-          // pointing at no style would not load elsewhere.
-          std::string styleName = fields.size() > 1 ? fields[1] : "Standard";
-          while (!styleName.empty() && styleName.front() == ' ') styleName.erase(0, 1);
-          d.style = findRecord(db()->textStyleTableId(), styleName);
-          if (d.style.isNull()) d.style = findRecord(db()->textStyleTableId(), "Standard");
-        } else {
-          std::string file = fields.size() > 1 ? fields[1] : "";
-          while (!file.empty() && file.front() == ' ') file.erase(0, 1);
-          std::string shape = fields[0];
-          while (!shape.empty() && shape.front() == ' ') shape.erase(0, 1);
-          int number = 0;
-          if (!shapeNumber(file, shape, number, cur->shapeProblem)) {
-            cur->hasShapes = true;  // a shape that cannot be found is kept as a plain dash
-            continue;
-          }
-          d.shapeFlags = 4;
-          d.shapeNumber = int16_t(number);
-          d.style = shapeFileStyle(file);
-        }
-        for (size_t k = 2; k < fields.size(); ++k) {
-          std::string kv = fields[k];
-          size_t eq = kv.find('=');
-          if (eq == std::string::npos) continue;
-          std::string key = upper(kv.substr(0, eq));
-          while (!key.empty() && key.front() == ' ') key.erase(0, 1);
-          double v = 0;
-          parseDistance(kv.substr(eq + 1), v);
-          if (key == "S") d.scale = v;
-          else if (key == "X") d.xOffset = v;
-          else if (key == "Y") d.yOffset = v;
-          else if (key == "R" || key == "U" || key == "A") {
-            double r;
-            if (parseAngle(kv.substr(eq + 1), 0, r)) d.rotationRad = r;
-            if (key == "A") d.shapeFlags |= 1;
-            if (key == "U") d.shapeFlags |= 8;
-          }
-        }
-        continue;
-      }
-      double v;
-      if (!parseDistance(p, v)) {
-        error = path + ":" + std::to_string(lineNo) + ": \"" + p + "\" is not a dash length";
-        defs.pop_back();
-        cur = nullptr;
-        break;
-      }
-      if (cur->dashes.size() == kMostDashes) {
-        error = path + ":" + std::to_string(lineNo) + ": linetype \"" + cur->name + "\" has more than " +
-                std::to_string(kMostDashes) + " dashes; it was not loaded";
-        defs.pop_back();
-        cur = nullptr;
-        break;
-      }
-      DxDbLinetypeTableRecord::Dash d;
-      d.length = v;
-      cur->dashes.push_back(d);
+    std::string problem;
+    if (cur && !readPatternLine(*cur, line, problem)) {
+      error = path + ":" + std::to_string(lineNo) + ": " + problem;
+      defs.pop_back();
+      cur = nullptr;
     }
   }
   return defs;

@@ -464,11 +464,6 @@ bool matchesFilter(DxDbObjectId id, const resbuf* filterList) {
 
 namespace {
 
-DxDbObjectId lastEntity() {
-  auto ids = currentSpaceEntities();
-  return ids.empty() ? DxDbObjectId() : ids.back();
-}
-
 DxDbObjectId byHandle(const std::string& hex) {
   Document* doc = Session::get().current();
   DxDbObjectId id;
@@ -518,116 +513,160 @@ std::vector<DxDbObjectId> withGroupMembers(std::vector<DxDbObjectId> found) {
 
 }  // namespace
 
+namespace {
+
+// The objects of the previous selection that are still in the drawing.
+std::vector<DxDbObjectId> previousSelection(const Document* doc) {
+  std::vector<DxDbObjectId> prev;
+  if (doc)
+    for (auto id : doc->previousSet)
+      if (id.isValid() && !id.isErased()) prev.push_back(id);
+  return prev;
+}
+
+// One "Select objects:" session: the set chosen so far, and what each answer does to it.
+class ObjectPicker {
+ public:
+  ObjectPicker(const SelectOptions& opt, Filter& filter)
+      : m_opt(opt),
+        m_filter(filter),
+        m_session(Session::get()),
+        m_groups(!opt.memberwise && (m_session.getInt("PICKSTYLE") & 1) != 0) {}
+
+  int run(std::vector<DxDbObjectId>& out) {
+    for (;;) {
+      Answer a = m_session.ask(m_removing ? m_opt.removePrompt : m_opt.addPrompt);
+      if (a.kind == Answer::Cancel) return RTCAN;
+      if (a.isEmpty()) break;
+      int rc = take(a);
+      if (rc == RTCAN) return RTCAN;
+      if (rc == RTNORM && m_opt.single && !m_chosen.ids.empty()) break;
+    }
+    if (m_locked)
+      output().message("\n" + std::to_string(m_locked) + (m_locked == 1 ? " was" : " were") +
+                       " on a locked layer.\n");
+    if (m_chosen.ids.empty()) return RTERROR;
+    out = std::move(m_chosen.ids);
+    if (Document* doc = m_session.current()) doc->previousSet = out;
+    return RTNORM;
+  }
+
+ private:
+  // One answer: RTNORM when it selected (or changed the mode), RTNONE when it did not
+  // come to a selection, RTCAN when the user cancelled.
+  int take(const Answer& a) {
+    if (a.kind == Answer::Name) {
+      DxDbObjectId id;
+      dxdbGetObjectId(id, a.name);
+      add({id});
+      return RTNORM;
+    }
+    if (a.kind == Answer::Picks) {
+      if (const auto* ids = selectionSet(a.name)) add(*ids);
+      return RTNORM;
+    }
+    std::string w = upper(a.text);
+    DxGePoint3d p;
+    bool isPoint = a.kind == Answer::Point;
+    if (isPoint) p = a.pt;
+    else if (a.kind == Answer::Text && !a.quoted && !w.empty() && w[0] != '#')
+      isPoint = parsePoint(a.text, std::nullopt, p);
+    if (isPoint) return pickAtPoint(p);
+    if (w == "W" || w == "WINDOW" || w == "C" || w == "CROSSING" || w == "BOX") return box(w);
+    return option(w);
+  }
+
+  // The object under the point, or else a box from it: left to right a window, else
+  // crossing.
+  int pickAtPoint(const DxGePoint3d& p) {
+    DxDbObjectId hit = pickAt(ucsToWorld(p));
+    if (!hit.isNull()) {
+      add({hit});
+      return RTNORM;
+    }
+    DxGePoint3d q;
+    int rc = askPoint("\nSpecify opposite corner: ", &p, q);
+    if (rc != RTNORM) return rc == RTCAN ? RTCAN : RTNONE;
+    add(windowSelect(ucsToWorld(p), ucsToWorld(q), q.x < p.x));
+    return RTNORM;
+  }
+
+  int box(const std::string& w) {
+    DxGePoint3d p1, p2;
+    int rc = askPoint("\nSpecify first corner: ", nullptr, p1);
+    if (rc == RTNORM) rc = askPoint("\nSpecify opposite corner: ", &p1, p2);
+    if (rc != RTNORM) return rc == RTCAN ? RTCAN : RTNONE;
+    bool crossing = w[0] == 'C' || (w == "BOX" && p2.x < p1.x);
+    add(windowSelect(ucsToWorld(p1), ucsToWorld(p2), crossing));
+    return RTNORM;
+  }
+
+  int option(const std::string& w) {
+    if (w == "ALL") {
+      add(currentSpaceEntities());
+    } else if (w == "L" || w == "LAST") {
+      auto all = currentSpaceEntities();
+      if (all.empty()) output().message("\n0 found\n");
+      else add({all.back()});
+    } else if (w == "P" || w == "PREVIOUS") {
+      add(previousSelection(m_session.current()));
+    } else if (w == "R" || w == "REMOVE") {
+      m_removing = true;
+    } else if (w == "A" || w == "ADD") {
+      m_removing = false;
+    } else if (!w.empty() && w[0] == '#') {
+      DxDbObjectId id = byHandle(w.substr(1));
+      if (id.isNull()) output().message("\nNo object with handle " + w.substr(1) + ".\n");
+      else add({id});
+    } else {
+      output().message(
+          "\n*Invalid selection*\nExpects a point or Window/Crossing/BOX/ALL/Last/Previous/"
+          "Add/Remove/#handle\n");
+      return RTNONE;
+    }
+    return RTNORM;
+  }
+
+  // Adds (or removes) what an answer found, through the filter, and says how many.
+  void add(std::vector<DxDbObjectId> found) {
+    if (m_groups) found = withGroupMembers(std::move(found));
+    int locked = 0;
+    size_t foundCount = found.size();
+    found = applyFilter(found, m_filter, m_opt.skipLocked, &locked);
+    m_locked += locked;
+    size_t dup = 0, before = m_chosen.ids.size();
+    for (auto id : found) {
+      if (m_removing) m_chosen.remove(id);
+      else if (m_chosen.members.count(id.stub())) ++dup;
+      else m_chosen.add(id);
+    }
+    std::string msg = "\n" + std::to_string(foundCount) + " found";
+    if (dup) msg += " (" + std::to_string(dup) + " duplicate)";
+    if (m_removing) msg += ", " + std::to_string(before - m_chosen.ids.size()) + " removed";
+    if (m_chosen.ids.size() != foundCount || m_removing)
+      msg += ", " + std::to_string(m_chosen.ids.size()) + " total";
+    // A command called by another with CMDECHO 0 works silently, counts included.
+    if (Frame* f = m_session.running(); !f || f->echo) output().message(msg + "\n");
+  }
+
+  const SelectOptions& m_opt;
+  Filter& m_filter;
+  Session& m_session;
+  const bool m_groups;
+  SelSet m_chosen;
+  bool m_removing = false;
+  int m_locked = 0;
+};
+
+}  // namespace
+
 int selectObjects(const SelectOptions& opt, std::vector<DxDbObjectId>& out) {
-  Session& s = Session::get();
   Filter filter(opt.filter);
   if (!filter.ok()) {
     output().message("\nInvalid selection filter: " + filter.error() + ".\n");
     return RTERROR;
   }
-  SelSet chosen;
-  bool removing = false;
-  int lockedTotal = 0;
-  Document* doc = s.current();
-  bool groups = !opt.memberwise && (s.getInt("PICKSTYLE") & 1) != 0;
-  auto addFound = [&](std::vector<DxDbObjectId> found) {
-    if (groups) found = withGroupMembers(std::move(found));
-    int locked = 0;
-    size_t foundCount = found.size();
-    found = applyFilter(found, filter, opt.skipLocked, &locked);
-    lockedTotal += locked;
-    size_t dup = 0, before = chosen.ids.size();
-    for (auto id : found) {
-      if (removing) {
-        chosen.remove(id);
-      } else if (chosen.members.count(id.stub())) {
-        ++dup;
-      } else {
-        chosen.add(id);
-      }
-    }
-    std::string msg = "\n" + std::to_string(foundCount) + " found";
-    if (dup) msg += " (" + std::to_string(dup) + " duplicate)";
-    if (removing) msg += ", " + std::to_string(before - chosen.ids.size()) + " removed";
-    if (chosen.ids.size() != foundCount || removing) msg += ", " + std::to_string(chosen.ids.size()) + " total";
-    // A command called by another with CMDECHO 0 works silently, counts included.
-    if (Frame* f = s.running(); !f || f->echo) output().message(msg + "\n");
-  };
-  for (;;) {
-    Answer a = s.ask(removing ? opt.removePrompt : opt.addPrompt);
-    if (a.kind == Answer::Cancel) return RTCAN;
-    if (a.isEmpty()) break;
-    if (a.kind == Answer::Name) {
-      DxDbObjectId id;
-      dxdbGetObjectId(id, a.name);
-      addFound({id});
-    } else if (a.kind == Answer::Picks) {
-      if (const auto* ids = selectionSet(a.name)) addFound(*ids);
-    } else {
-      std::string w = upper(a.text);
-      DxGePoint3d p;
-      bool isPoint = a.kind == Answer::Point;
-      if (isPoint) p = a.pt;
-      else if (a.kind == Answer::Text && !a.quoted && !w.empty() && w[0] != '#')
-        isPoint = parsePoint(a.text, std::nullopt, p);
-      if (isPoint) {
-        DxDbObjectId hit = pickAt(ucsToWorld(p));
-        if (!hit.isNull()) {
-          addFound({hit});
-        } else {
-          // A pick on empty space opens a box: left to right a window, else crossing.
-          DxGePoint3d q;
-          int rc = askPoint("\nSpecify opposite corner: ", &p, q);
-          if (rc == RTCAN) return RTCAN;
-          if (rc != RTNORM) continue;
-          addFound(windowSelect(ucsToWorld(p), ucsToWorld(q), q.x < p.x));
-        }
-      } else if (w == "W" || w == "WINDOW" || w == "C" || w == "CROSSING" || w == "BOX") {
-        DxGePoint3d p1, p2;
-        int rc = askPoint("\nSpecify first corner: ", nullptr, p1);
-        if (rc == RTCAN) return RTCAN;
-        if (rc != RTNORM) continue;
-        rc = askPoint("\nSpecify opposite corner: ", &p1, p2);
-        if (rc == RTCAN) return RTCAN;
-        if (rc != RTNORM) continue;
-        bool crossing = w[0] == 'C' || (w == "BOX" && p2.x < p1.x);
-        addFound(windowSelect(ucsToWorld(p1), ucsToWorld(p2), crossing));
-      } else if (w == "ALL") {
-        addFound(currentSpaceEntities());
-      } else if (w == "L" || w == "LAST") {
-        DxDbObjectId id = lastEntity();
-        if (id.isNull()) output().message("\n0 found\n");
-        else addFound({id});
-      } else if (w == "P" || w == "PREVIOUS") {
-        std::vector<DxDbObjectId> prev;
-        if (doc)
-          for (auto id : doc->previousSet)
-            if (id.isValid() && !id.isErased()) prev.push_back(id);
-        addFound(prev);
-      } else if (w == "R" || w == "REMOVE") {
-        removing = true;
-      } else if (w == "A" || w == "ADD") {
-        removing = false;
-      } else if (!w.empty() && w[0] == '#') {
-        DxDbObjectId id = byHandle(w.substr(1));
-        if (id.isNull()) output().message("\nNo object with handle " + w.substr(1) + ".\n");
-        else addFound({id});
-      } else {
-        output().message(
-            "\n*Invalid selection*\nExpects a point or Window/Crossing/BOX/ALL/Last/Previous/"
-            "Add/Remove/#handle\n");
-        continue;
-      }
-    }
-    if (opt.single && !chosen.ids.empty()) break;
-  }
-  if (lockedTotal)
-    output().message("\n" + std::to_string(lockedTotal) +
-                     (lockedTotal == 1 ? " was" : " were") + " on a locked layer.\n");
-  if (chosen.ids.empty()) return RTERROR;
-  out = std::move(chosen.ids);
-  if (doc) doc->previousSet = out;
-  return RTNORM;
+  return ObjectPicker(opt, filter).run(out);
 }
 
 }  // namespace dx::ed
@@ -689,11 +728,7 @@ int dxedSSGet(const char* modeIn, const void* pt1, const void* pt2, const resbuf
     auto all = currentSpaceEntities();
     if (!all.empty()) ids = applyFilter({all.back()}, f, opt.skipLocked);
   } else if (main == "P") {
-    std::vector<DxDbObjectId> prev;
-    if (doc)
-      for (auto id : doc->previousSet)
-        if (id.isValid() && !id.isErased()) prev.push_back(id);
-    ids = applyFilter(prev, f, opt.skipLocked);
+    ids = applyFilter(previousSelection(doc), f, opt.skipLocked);
   } else if (main == "I") {
     if (doc) ids = applyFilter(doc->pickFirst, f, opt.skipLocked);
   } else if ((main == "W" || main == "C") && pt1 && pt2) {
